@@ -1,0 +1,41 @@
+# Compiler settings shared by every target of the project, as the interface library zelto_compiler.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+add_library(zelto_compiler INTERFACE)
+
+target_compile_options(zelto_compiler INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wformat=2 -Wcast-qual -Wundef
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+  $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
+  $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes>
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety>
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Werror=thread-safety>
+  $<$<BOOL:${ZELTO_WERROR}>:-Werror>
+  -fstack-protector-strong)
+
+# A sanitizer brings run-time checks of its own, which the fortified calls would hide.
+if(ZELTO_SANITIZE)
+  target_compile_options(zelto_compiler INTERFACE
+    -fsanitize=${ZELTO_SANITIZE} -fno-omit-frame-pointer)
+  if(ZELTO_SANITIZE MATCHES "undefined")
+    target_compile_options(zelto_compiler INTERFACE -fno-sanitize-recover=all)
+  endif()
+  target_link_options(zelto_compiler INTERFACE -fsanitize=${ZELTO_SANITIZE})
+else()
+  target_compile_definitions(zelto_compiler INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+  target_link_options(zelto_compiler INTERFACE LINKER:--no-undefined)
+endif()
+
+target_link_options(zelto_compiler INTERFACE
+  LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack LINKER:--as-needed)

@@ -1,0 +1,136 @@
+// The object through which an application talks to the manager.
+//
+//     TZeltoApplication& app = TZeltoApplication::GetInstance();
+//     app.Initialize("MY_APPLICATION");
+//     std::string ssid;
+//     int rc = app.GetParam("Device.WiFi.SSID.1.SSID", ssid);
+//
+// Requests block the calling thread until the manager has answered or the time-out has passed. They may be
+// made on several threads at once, and from observers. They return 0 on success, -1 when the manager refused,
+// did not answer or is not there, and 3 when the request could not be sent (the reason is in the log). Unless
+// stated otherwise, outputs are written on success only.
+#ifndef ZELTO_APPLICATION_H
+#define ZELTO_APPLICATION_H
+
+#include "zelto/Export.h"
+#include "zelto/TZeltoIpc.h"
+#include "zelto/ZeltoLocking.h"
+#include "zelto/ZeltoObservers.h"
+#include "zelto/ZeltoTypes.h"
+
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+class TZeltoDataMapper;
+class TZeltoIpcObserver;
+class TZeltoJsonObject;
+
+class ZELTO_API TZeltoApplication : public IZeltoIpcMethodHandler {
+public:
+    struct TZeltoAppParam {
+        std::string name;  // full path, such as "Device.WiFi.SSID.1.SSID"
+        std::string value; // as text; "" when unknown or not wanted
+    };
+
+    // The one instance, created on the first call and destroyed at exit.
+    static TZeltoApplication& GetInstance();
+
+    // The order of virtual functions is binary interface.
+
+    // Answers the other parties' "IS_APP_ACTIVE": 0, and -1 for any other method. Never touches `output`.
+    int OnMethodCall(const std::string& method, const std::string& input, std::string& output) override;
+    ~TZeltoApplication() override;
+
+    // Connects the application to the bus under an identity and starts to receive events. Does nothing once
+    // it has succeeded. A failure is logged; then a later call tries again.
+    void Initialize(const std::string& busName);
+    void Initialize(tZeltoClientId clientId);
+
+    // Asks a party whether it runs; it has one second to answer. Returns 0 and true, or -1 and false. An
+    // identifier without a text gives -1 and leaves `isActive` as it was, as does the result 3.
+    int IsAppActive(tZeltoClientId clientId, bool& isActive);
+
+    // An observer is registered once however often it is added. It is not owned. Any thread, observers
+    // included.
+    void AddCpeClientStateObserver(IZeltoCpeClientStateObserver* observer);
+    void RemoveCpeClientStateObserver(IZeltoCpeClientStateObserver* observer);
+    void NotifyCpeClientStateObservers(IZeltoCpeClientStateObserver::TZeltoCpeClientState state,
+                                       const std::string& macAddress, const std::string& hostName);
+    void AddDataModelChangeObserver(IZeltoDataModelChangeObserver* observer);
+    void RemoveDataModelChangeObserver(IZeltoDataModelChangeObserver* observer);
+    void NotifyDataModelChangeObservers(const std::string& name, const std::string& value);
+    void AddAppStateChangeObserver(IZeltoAppStateObserver* observer);
+    void RemoveAppStateChangeObserver(IZeltoAppStateObserver* observer);
+    void NotifyAppStateChangeObservers(IZeltoAppStateObserver::TZeltoAppState state,
+                                       const std::string& appName);
+
+    // Reads one parameter, or with one "*" in place of an instance number one for each instance. `params` is
+    // replaced.
+    int GetParam(const std::string& name, std::vector<TZeltoAppParam>& params);
+    // Reads the first parameter of that. `value` stays as it was when the manager returns none.
+    int GetParam(const std::string& name, std::string& value);
+    // The same answer as an array under "PARAMS" of `result`, whose other keys are kept.
+    int GetParam(const std::string& name, TZeltoJsonObject& result);
+    int SetParam(const std::string& name, const std::string& value, bool commit);
+    // Reads the parameters that `params` names; the list is replaced by the answer.
+    int GetParamArray(std::vector<TZeltoAppParam>& params);
+    // The same, sorted by requested name: results[i] gets the pairs whose name matches names[i], the first
+    // match counting. Existing pairs in results[i] are kept.
+    int GetParamArray(const std::vector<std::string>& names,
+                      std::vector<std::vector<std::pair<std::string, std::string>>>& results);
+    // Writes the parameters in order and stops at the first that fails; those before it stay written.
+    int SetParamArray(const std::vector<TZeltoAppParam>& params, bool commit);
+    // Replaces `params` by the entries under "PARAMS" of an answer.
+    void PopulateParamArray(const TZeltoJsonObject& response, std::vector<TZeltoAppParam>& params);
+    // Sets "PARAMS" of `json` to the entries of `params`, or to null when there are none.
+    void ParamArrayToJson(const std::vector<TZeltoAppParam>& params, TZeltoJsonObject& json);
+
+    // Adds an instance to a table such as "Device.WiFi.AccessPoint."; `instanceId` receives its number.
+    int AddObject(const std::string& object, int& instanceId);
+    // Deletes an instance such as "Device.WiFi.AccessPoint.3.".
+    int RemoveObject(const std::string& object);
+    // Replaces `ids` by the instance numbers of a table.
+    int GetObjectIds(const std::string& object, std::vector<int>& ids);
+    // Reads the parameters of `root` that `params` names (full paths); the list is replaced by the answer.
+    int GetObject(const std::string& root, std::vector<TZeltoAppParam>& params);
+    // Writes parameters of `root` (full paths) in one request.
+    int SetObject(const std::string& root, const std::vector<TZeltoAppParam>& params, bool commit);
+
+    // The pairs (number seen by applications, number used by the platform) of every table that has its own
+    // numbering. Entries of tables that the answer does not mention stay in `indexMap`.
+    int GetIndexMap(std::unordered_map<std::string, std::vector<std::pair<int, int>>>& indexMap);
+
+    // Requests to a peer gateway over TCP port 42042. They need no Initialize. `address` is a numeric IP
+    // address. Return 0, or -1 on any failure. Unlike the others they do not catch exceptions. After the
+    // connection is made they wait for the peer without a limit.
+    int SetParamRemote(const std::string& address, const std::string& name, const std::string& value,
+                       bool commit);
+    int GetParamRemote(const std::string& address, const std::string& name,
+                       std::vector<TZeltoAppParam>& params);
+    // `fileData` is replaced by the file, at most 1048575 bytes; an empty file leaves it as it was.
+    int GetFileRemote(const std::string& address, const std::string& fileName, std::vector<char>& fileData);
+    // One exchange: sends a JSON text, receives one and, into `blob` unless null, the data behind it. Returns
+    // whether the request was sent; `response` is untouched when no well-formed answer came.
+    bool PerformRemoteRequest(const std::string& request, const std::string& address, std::string& response,
+                              std::vector<char>* blob);
+
+private:
+    TZeltoApplication();
+    TZeltoApplication(const TZeltoApplication&) = delete;
+    TZeltoApplication& operator=(const TZeltoApplication&) = delete;
+
+    // The order of members is binary interface.
+    bool initialized;
+    TZeltoIpc* ipc;
+    TZeltoIpcObserver* ipcObserver;
+    TZeltoDataMapper* dataMapper;
+    TZeltoRecursiveMutex observersMutex;
+    std::set<IZeltoCpeClientStateObserver*> cpeClientStateObservers ZELTO_GUARDED_BY(observersMutex);
+    std::set<IZeltoDataModelChangeObserver*> dataModelChangeObservers ZELTO_GUARDED_BY(observersMutex);
+    std::set<IZeltoAppStateObserver*> appStateObservers ZELTO_GUARDED_BY(observersMutex);
+};
+
+#endif

@@ -1,0 +1,40 @@
+// Reading and writing the pieces that JSON bodies are made of. Values are read through borrowed jansson
+// values: a list is never copied element by element before it is looked at.
+#ifndef ZELTO_PROTOCOL_PARAM_ENTRIES_H
+#define ZELTO_PROTOCOL_PARAM_ENTRIES_H
+
+#include "data/JsonHandle.h"
+#include "zelto/TZeltoJsonObject.h"
+
+#include <string>
+
+namespace zelto {
+
+// The text, flag or integer under a key of a JSON object; "" , false or 0 when it is missing or of another
+// kind. A null `object` has no keys.
+std::string TextOf(const json_t* object, const char* key);
+bool FlagOf(const json_t* object, const char* key);
+int IntegerOf(const json_t* object, const char* key);
+
+// A new JSON string; throws std::runtime_error naming `what` when the text is not UTF-8.
+TJsonHandle MakeText(const std::string& text, const std::string& what);
+
+// {"NAME": name} and {"NAME": name, "VALUE": value}. Throw std::runtime_error naming the parameter when a
+// text is not UTF-8.
+TJsonHandle MakeNameEntry(const std::string& name);
+TJsonHandle MakeParamEntry(const std::string& name, const std::string& value);
+
+// Sets a key of `body` to a text; throws as MakeText.
+void SetText(TZeltoJsonObject& body, const char* key, const std::string& text, const std::string& what);
+void SetFlag(TZeltoJsonObject& body, const char* key, bool flag);
+
+// Number of elements of an array, 0 for any other kind, and one element, null past the end. Borrowed.
+std::size_t ElementCount(const json_t* array);
+json_t* ElementAt(const json_t* array, std::size_t index);
+
+// The value under a key of the body, of any kind; borrowed, null when missing.
+json_t* ValueOf(const TZeltoJsonObject& body, const char* key);
+
+} // namespace zelto
+
+#endif

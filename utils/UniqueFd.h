@@ -1,0 +1,40 @@
+// Owns a file descriptor.
+#ifndef ZELTO_UTILS_UNIQUE_FD_H
+#define ZELTO_UTILS_UNIQUE_FD_H
+
+#include <utility>
+
+#include <unistd.h>
+
+namespace zelto {
+
+class TUniqueFd {
+public:
+    TUniqueFd() = default;
+    explicit TUniqueFd(int ownedFd) : fd(ownedFd) {}
+    TUniqueFd(TUniqueFd&& other) noexcept : fd(std::exchange(other.fd, -1)) {}
+    TUniqueFd& operator=(TUniqueFd&& other) noexcept {
+        Reset(std::exchange(other.fd, -1));
+        return *this;
+    }
+    TUniqueFd(const TUniqueFd&) = delete;
+    TUniqueFd& operator=(const TUniqueFd&) = delete;
+    ~TUniqueFd() { Reset(); }
+
+    int Get() const { return fd; }
+    explicit operator bool() const { return fd >= 0; }
+
+    void Reset(int ownedFd = -1) {
+        if (fd >= 0) {
+            ::close(fd);
+        }
+        fd = ownedFd;
+    }
+
+private:
+    int fd = -1;
+};
+
+} // namespace zelto
+
+#endif
