@@ -92,6 +92,10 @@ public:
     json_t* ToJson(char* text) const;
 
 private:
+    // Takes over the reference to `ownedRoot`.
+    explicit TZeltoJsonObject(json_t* ownedRoot);
+    void Reset(json_t* ownedRoot);
+
     json_t* root;
 };
 
