@@ -17,11 +17,14 @@ void SetNew(json_t* object, const char* key, TJsonHandle value) {
     }
 }
 
+std::string TextValue(const json_t* value) {
+    return json_is_string(value) ? json_string_value(value) : std::string();
+}
+
 } // namespace
 
 std::string TextOf(const json_t* object, const char* key) {
-    const json_t* const value = json_object_get(object, key);
-    return json_is_string(value) ? json_string_value(value) : std::string();
+    return TextValue(json_object_get(object, key));
 }
 
 bool FlagOf(const json_t* object, const char* key) {
@@ -29,7 +32,7 @@ bool FlagOf(const json_t* object, const char* key) {
 }
 
 int IntegerOf(const json_t* object, const char* key) {
-    return static_cast<int>(json_integer_value(json_object_get(object, key)));
+    return IntegerValue(json_object_get(object, key));
 }
 
 TJsonHandle MakeText(const std::string& text, const std::string& what) {
@@ -69,8 +72,25 @@ json_t* ElementAt(const json_t* array, std::size_t index) {
     return json_array_get(array, index);
 }
 
+int IntegerValue(const json_t* value) {
+    return static_cast<int>(json_integer_value(value));
+}
+
+void AppendEntry(TJsonHandle& array, TJsonHandle entry) {
+    if (!array) {
+        array.reset(json_array());
+    }
+    if (json_array_append_new(array.get(), entry.release()) != 0) {
+        throw std::runtime_error("cannot append to a JSON array");
+    }
+}
+
 json_t* ValueOf(const TZeltoJsonObject& body, const char* key) {
     return static_cast<json_t*>(body.GetJsonObject(key, WHOLE_PROPERTY));
+}
+
+std::string TextIn(const TZeltoJsonObject& body, const char* key) {
+    return TextValue(ValueOf(body, key));
 }
 
 } // namespace zelto

@@ -32,8 +32,17 @@ void SetFlag(TZeltoJsonObject& body, const char* key, bool flag);
 std::size_t ElementCount(const json_t* array);
 json_t* ElementAt(const json_t* array, std::size_t index);
 
+// The integer, 0 for any other kind and for null.
+int IntegerValue(const json_t* value);
+
+// Appends an entry; the array is created for the first one, so that an empty list stays null.
+void AppendEntry(TJsonHandle& array, TJsonHandle entry);
+
 // The value under a key of the body, of any kind; borrowed, null when missing.
 json_t* ValueOf(const TZeltoJsonObject& body, const char* key);
+
+// The text under a key of the body, "" when it is missing or of another kind.
+std::string TextIn(const TZeltoJsonObject& body, const char* key);
 
 } // namespace zelto
 
