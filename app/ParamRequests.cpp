@@ -1,0 +1,108 @@
+#include "app/NameMatch.h"
+#include "app/RequestBodies.h"
+#include "app/RequestRunner.h"
+#include "protocol/ParamEntries.h"
+#include "protocol/RequestNames.h"
+#include "zelto/TZeltoApplication.h"
+
+#include <utility>
+
+namespace {
+
+using TParams = std::vector<TZeltoApplication::TZeltoAppParam>;
+
+// An element of an answer that is about to go, handed over instead of copied.
+zelto::TJsonHandle TakeObject(json_t* element) {
+    return zelto::TJsonHandle(json_is_object(element) ? json_incref(element) : json_object());
+}
+
+} // namespace
+
+int TZeltoApplication::GetParam(const std::string& name, std::vector<TZeltoAppParam>& params) {
+    return zelto::RunRequest(
+        *ipc, zelto::METHOD_GET_PARAM, [&](TZeltoJsonObject& body) { zelto::SetName(body, name); },
+        [&](const TZeltoJsonObject& response) { PopulateParamArray(response, params); });
+}
+
+int TZeltoApplication::GetParam(const std::string& name, std::string& value) {
+    TParams params;
+    const int rc = GetParam(name, params);
+    if (rc == 0 && !params.empty()) {
+        value = std::move(params.front().value);
+    }
+    return rc;
+}
+
+int TZeltoApplication::GetParam(const std::string& name, TZeltoJsonObject& result) {
+    return zelto::RunRequest(
+        *ipc, zelto::METHOD_GET_PARAM, [&](TZeltoJsonObject& body) { zelto::SetName(body, name); },
+        [&](const TZeltoJsonObject& response) {
+            const json_t* const answered = zelto::ValueOf(response, zelto::KEY_PARAMS);
+            zelto::TJsonHandle entries;
+            for (std::size_t index = 0; index < zelto::ElementCount(answered); ++index) {
+                zelto::AppendEntry(entries, TakeObject(zelto::ElementAt(answered, index)));
+            }
+            result.SetJsonObject(zelto::KEY_PARAMS, entries.release());
+        });
+}
+
+int TZeltoApplication::SetParam(const std::string& name, const std::string& value, bool commit) {
+    return zelto::RunRequest(*ipc, zelto::METHOD_SET_PARAM, [&](TZeltoJsonObject& body) {
+        zelto::SetAssignment(body, name, value, commit);
+    });
+}
+
+int TZeltoApplication::GetParamArray(std::vector<TZeltoAppParam>& params) {
+    return zelto::RunRequest(
+        *ipc, zelto::METHOD_GET_PARAM_ARRAY, [&](TZeltoJsonObject& body) { zelto::SetNames(body, params); },
+        [&](const TZeltoJsonObject& response) { PopulateParamArray(response, params); });
+}
+
+int TZeltoApplication::GetParamArray(const std::vector<std::string>& names,
+                                     std::vector<std::vector<std::pair<std::string, std::string>>>& results) {
+    TParams params;
+    params.reserve(names.size());
+    for (const std::string& name : names) {
+        params.push_back({name, std::string()});
+    }
+    const int rc = GetParamArray(params);
+    if (rc != 0) {
+        return rc;
+    }
+    results.resize(names.size());
+    const zelto::TRequestedNames requested(names);
+    for (TZeltoAppParam& param : params) {
+        const std::size_t index = requested.FirstMatch(param.name);
+        if (index < results.size()) {
+            results[index].emplace_back(std::move(param.name), std::move(param.value));
+        }
+    }
+    return rc;
+}
+
+int TZeltoApplication::SetParamArray(const std::vector<TZeltoAppParam>& params, bool commit) {
+    return zelto::RunRequest(*ipc, zelto::METHOD_SET_PARAM_ARRAY, [&](TZeltoJsonObject& body) {
+        ParamArrayToJson(params, body);
+        // Beside the list, although the manager looks for it in each entry: both sides are fixed.
+        zelto::SetFlag(body, zelto::KEY_COMMIT, commit);
+    });
+}
+
+void TZeltoApplication::PopulateParamArray(const TZeltoJsonObject& response,
+                                           std::vector<TZeltoAppParam>& params) {
+    const json_t* const entries = zelto::ValueOf(response, zelto::KEY_PARAMS);
+    params.resize(zelto::ElementCount(entries));
+    for (std::size_t index = 0; index < params.size(); ++index) {
+        const json_t* const entry = zelto::ElementAt(entries, index);
+        params[index].value = zelto::TextOf(entry, zelto::KEY_VALUE);
+        params[index].name = zelto::TextOf(entry, zelto::KEY_NAME);
+    }
+}
+
+void TZeltoApplication::ParamArrayToJson(const std::vector<TZeltoAppParam>& params, TZeltoJsonObject& json) {
+    zelto::TJsonHandle entries;
+    for (const TZeltoAppParam& param : params) {
+        zelto::AppendEntry(entries, zelto::MakeParamEntry(param.name, param.value));
+    }
+    json.SetJsonObject(zelto::KEY_PARAMS, entries.release());
+}
