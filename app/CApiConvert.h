@@ -1,0 +1,51 @@
+// Between the records of the C interface and the containers of TZeltoApplication.
+//
+// Every Store... function makes the new array first and then releases the record's earlier one, so a record
+// is whole whatever happens.
+#ifndef ZELTO_APP_C_API_CONVERT_H
+#define ZELTO_APP_C_API_CONVERT_H
+
+#include "zelto/TZeltoApplication.h"
+#include "zelto/ZeltoAppRecords.h"
+
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace zelto {
+
+using TAppParams = std::vector<TZeltoApplication::TZeltoAppParam>;
+using TIndexMap = std::unordered_map<std::string, std::vector<std::pair<int, int>>>;
+
+// An array in the form in which a record owns it. It is filled with zeros, so each text in it is terminated.
+template <typename T>
+std::unique_ptr<T[]> NewArray(std::size_t count) {
+    // What fits into 31 bits of bytes: the limit of a 32-bit host, kept on every host.
+    if (count > 0x7FFFFFFFU / sizeof(T)) {
+        throw std::bad_array_new_length();
+    }
+    return std::unique_ptr<T[]>(new T[count]());
+}
+
+// The array's names with empty values, and its names and values. `array.params` is not null.
+TAppParams NamesOf(const tZeltoParamArray& array);
+TAppParams ParamsOf(const tZeltoParamArray& array);
+
+// A record's array becomes `params`; the earlier one is released. Texts are cut to 255 bytes.
+void StoreParams(tZeltoParamArray& array, const TAppParams& params);
+void StoreIds(tZeltoObjectIdsRequest& request, const std::vector<int>& ids);
+
+// One parameter: the first 255 bytes of both texts.
+void StoreParam(tZeltoParam& record, const TZeltoApplication::TZeltoAppParam& param);
+
+// These two leave the record's earlier array alone: the caller has released it, or lives with it.
+void StoreIndexMap(tZeltoIndexMapRequest& request, const TIndexMap& indexMap);
+void StoreBytes(tZeltoLongParamRequest& request, const char* bytes, std::size_t size);
+
+} // namespace zelto
+
+#endif
