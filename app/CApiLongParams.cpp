@@ -1,0 +1,37 @@
+#include "app/CApiConvert.h"
+#include "app/CApiState.h"
+#include "app/RequestBodies.h"
+#include "app/RequestRunner.h"
+#include "protocol/ParamEntries.h"
+#include "protocol/RequestNames.h"
+#include "utils/FixedText.h"
+#include "zelto/ZeltoAppLib.h"
+
+#include <string>
+
+// These two go past TZeltoApplication, straight to the transport.
+
+int zeltoAppLibGetLongParam(tZeltoLongParamRequest* request) {
+    if (request == nullptr) {
+        return ZELTO_APP_NULL;
+    }
+    const auto build = [request](TZeltoJsonObject& body) {
+        zelto::SetName(body, zelto::ReadField(request->name));
+    };
+    const auto read = [request](const TZeltoJsonObject& answer) {
+        const std::string value =
+            answer.GetJsonValue<const char*>(zelto::ValueOf(answer, zelto::KEY_VALUE), "");
+        zelto::StoreBytes(*request, value.c_str(), value.size() + 1);
+    };
+    return zelto::RunRequest(zelto::CApiIpc(), zelto::METHOD_GET_LONG_PARAM, build, read);
+}
+
+int zeltoAppLibSetLongParam(tZeltoLongParamRequest* request, bool commit) {
+    if (request == nullptr || request->value == nullptr) {
+        return ZELTO_APP_NULL;
+    }
+    return zelto::RunRequest(
+        zelto::CApiIpc(), zelto::METHOD_SET_LONG_PARAM, [request, commit](TZeltoJsonObject& body) {
+            zelto::SetAssignment(body, zelto::ReadField(request->name), request->value, commit);
+        });
+}
