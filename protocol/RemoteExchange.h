@@ -1,0 +1,22 @@
+// One request to a peer gateway and its answer, over a TCP connection of its own.
+//
+// On the wire the request is its text and nothing else. The answer is a 4-byte length of the JSON text, a
+// 4-byte length of the blob (both in the byte order of the host: all gateways are little-endian), the text
+// and the blob.
+#ifndef ZELTO_PROTOCOL_REMOTE_EXCHANGE_H
+#define ZELTO_PROTOCOL_REMOTE_EXCHANGE_H
+
+#include <string>
+#include <vector>
+
+namespace zelto {
+
+// Returns false when there is no connection, true once the request has been sent, whatever came back:
+// `response` and `*blob` are written only as far as a well-formed answer arrived. A null `blob` reads none.
+// Nothing but the connecting is limited in time. Failures are logged; the network never makes it throw.
+bool ExchangeWithPeer(const std::string& request, const std::string& address, std::string& response,
+                      std::vector<char>* blob);
+
+} // namespace zelto
+
+#endif
