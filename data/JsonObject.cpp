@@ -19,6 +19,11 @@ const json_t* AsJson(const void* value) {
     return static_cast<const json_t*>(value);
 }
 
+void Replace(json_t*& root, json_t* ownedRoot) {
+    json_decref(root);
+    root = ownedRoot;
+}
+
 } // namespace
 
 TZeltoJsonObject::TZeltoJsonObject() : root(json_object()) {}
@@ -29,7 +34,7 @@ TZeltoJsonObject::TZeltoJsonObject(const TZeltoJsonObject& other) : root(json_de
 
 TZeltoJsonObject& TZeltoJsonObject::operator=(const TZeltoJsonObject& other) {
     if (this != &other) {
-        Reset(json_deep_copy(other.root));
+        Replace(root, json_deep_copy(other.root));
     }
     return *this;
 }
@@ -38,17 +43,12 @@ TZeltoJsonObject::~TZeltoJsonObject() {
     json_decref(root);
 }
 
-void TZeltoJsonObject::Reset(json_t* ownedRoot) {
-    json_decref(root);
-    root = ownedRoot;
-}
-
 bool TZeltoJsonObject::DecodeFromString(const std::string& text) {
     if (text.empty()) {
         return false;
     }
     json_error_t error;
-    Reset(json_loads(text.c_str(), 0, &error));
+    Replace(root, json_loads(text.c_str(), 0, &error));
     return root != nullptr;
 }
 
@@ -59,7 +59,7 @@ std::string TZeltoJsonObject::EncodeToString() const {
 
 bool TZeltoJsonObject::LoadFile(const std::string& path) {
     json_error_t error;
-    Reset(json_load_file(path.c_str(), 0, &error));
+    Replace(root, json_load_file(path.c_str(), 0, &error));
     return root != nullptr;
 }
 

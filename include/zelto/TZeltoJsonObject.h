@@ -94,7 +94,6 @@ public:
 private:
     // Takes over the reference to `ownedRoot`.
     explicit TZeltoJsonObject(json_t* ownedRoot);
-    void Reset(json_t* ownedRoot);
 
     json_t* root;
 };
