@@ -1,0 +1,130 @@
+#include "platform/OperationFrame.h"
+#include "platform/PlatformEvents.h"
+#include "platform/ReturnCodeNames.h"
+#include "utils/FixedText.h"
+#include "utils/Log.h"
+#include "zelto/ZeltoPlatformNames.h"
+#include "zelto/ZeltoPlatformOps.h"
+
+#include <utility>
+
+namespace {
+
+constexpr char MARK = '@';
+
+// The record of an object request and everything that it points to.
+struct TObjectCall {
+    zelto::TTarget target;
+    std::vector<tZeltoPlatformObjectParam> params;
+    std::vector<std::vector<int>> indices;
+    tZeltoPlatformObjectRequest request{};
+};
+
+bool FillElement(const TZeltoPlatLibObject& element, bool rootMarked, tZeltoPlatformObjectParam& param,
+                 std::vector<int>& indices) {
+    std::string name = element.name;
+    zelto::ToPlatformName(name, rootMarked || element.inPlatformNumbering);
+    if (!zelto::TakeIndices(name, indices)) {
+        return false;
+    }
+    zelto::CopyTerminated(param.paramName, name);
+    zelto::CopyTerminated(param.value, element.value);
+    param.indexCount = static_cast<int32_t>(indices.size());
+    param.indices = zelto::IndexArray(indices);
+    return true;
+}
+
+void FillRoot(TObjectCall& call) {
+    zelto::CopyTerminated(call.request.name, call.target.descr.name);
+    zelto::CopyTerminated(call.request.paramName, call.target.name);
+    call.request.indexCount = static_cast<int32_t>(call.target.indices.size());
+    call.request.indices = zelto::IndexArray(call.target.indices);
+    call.request.paramCount = static_cast<int32_t>(call.params.size());
+    call.request.params = call.params.data();
+}
+
+bool PrepareCall(tZeltoPltRequestType type, const char* root,
+                 const std::vector<TZeltoPlatLibObject>& elements, TObjectCall& call) {
+    if (root == nullptr) {
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Object request without a root\"");
+        return false;
+    }
+    if (!zelto::PrepareTarget(type, root, false, call.target)) {
+        return false;
+    }
+    call.params.resize(elements.size());
+    call.indices.resize(elements.size());
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        if (!FillElement(elements[i], call.target.marked, call.params[i], call.indices[i])) {
+            return false;
+        }
+    }
+    FillRoot(call);
+    return true;
+}
+
+// The pair in the application's numbering: the name as it was asked, or translated back when the caller had
+// it from the platform. A mark on the root or on the name forbids both translations.
+std::pair<std::string, std::string> MakeResult(const TZeltoPlatLibObject& element,
+                                               const tZeltoPlatformObjectParam& param, bool rootMarked) {
+    std::pair<std::string, std::string> result(element.name, zelto::ReadField(param.value));
+    if (rootMarked || (!element.name.empty() && element.name.front() == MARK)) {
+        return result;
+    }
+    if (element.inPlatformNumbering) {
+        referResponseIndexMap(result.first);
+    }
+    zelto::TranslateValueBack(result.second);
+    return result;
+}
+
+void ReportChange(const tZeltoPlatformObjectParam& param, const std::string& value) {
+    tZeltoPlatformRequestDescr descr;
+    if (!zelto::FindDescriptor(PLT_REQUEST_SET_PARAM, param.paramName, descr)) {
+        return;
+    }
+    if (!descr.paramChangeEvent) {
+        qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Param Change Event is not set for %s!\"", param.paramName);
+        return;
+    }
+    zelto::SendChangeEvent(param.paramName, value);
+}
+
+} // namespace
+
+int zeltoPlatLibGetObject(const char* root, const std::vector<TZeltoPlatLibObject>& names,
+                          std::vector<std::pair<std::string, std::string>>& result) {
+    TObjectCall call;
+    if (!PrepareCall(PLT_REQUEST_GET_OBJECT, root, names, call)) {
+        return -1;
+    }
+    const int32_t code = call.target.descr.handler(&call.request);
+    if (code != PLT_SUCCESS) {
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request GetObject(%s) failed with error - '%s'\"", root,
+                      zelto::ReturnCodeName(code));
+        return -1;
+    }
+    result.reserve(result.size() + names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        result.push_back(MakeResult(names[i], call.params[i], call.target.marked));
+    }
+    return 0;
+}
+
+int zeltoPlatLibSetObject(const char* root, const std::vector<TZeltoPlatLibObject>& params, bool) {
+    // The record of an object request has no field for the commit flag.
+    TObjectCall call;
+    if (!PrepareCall(PLT_REQUEST_SET_OBJECT, root, params, call)) {
+        return -1;
+    }
+    const int32_t code = call.target.descr.handler(&call.request);
+    if (code != PLT_SUCCESS) {
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request SetObject(%s) failed with error - '%s'\"", root,
+                      zelto::ReturnCodeName(code));
+        return -1;
+    }
+    for (std::size_t i = 0; i < params.size(); ++i) {
+        ReportChange(call.params[i], params[i].value);
+    }
+    return 0;
+}

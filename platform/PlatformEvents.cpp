@@ -1,0 +1,89 @@
+#include "platform/PlatformEvents.h"
+
+#include "data/JsonHandle.h"
+#include "platform/PlatformLib.h"
+#include "protocol/RequestNames.h"
+#include "utils/FixedText.h"
+#include "utils/Log.h"
+#include "zelto/TZeltoJsonObject.h"
+#include "zelto/ZeltoPlatformLib.h"
+
+#include <cstring>
+#include <exception>
+
+namespace zelto {
+
+namespace {
+
+constexpr std::size_t MAX_UTF8_CONTINUATION = 3;
+
+bool IsContinuation(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+// A character cut in half would make the whole text unsendable.
+void CopyWholeCharacters(char (&field)[ZELTO_TEXT_SIZE], const char* text) {
+    std::size_t length = ::strnlen(text, ZELTO_TEXT_SIZE);
+    if (length == ZELTO_TEXT_SIZE) {
+        --length;
+        for (std::size_t i = 0; i < MAX_UTF8_CONTINUATION && IsContinuation(text[length]); ++i) {
+            --length;
+        }
+    }
+    CopyTerminated(field, text, length);
+}
+
+// One odd host name must not keep the event from the applications: it is sent as null.
+void SetField(TZeltoJsonObject& body, const char* key, const std::string& text) {
+    TJsonHandle value(json_string(text.c_str()));
+    if (!value) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"The %s of an event is not valid UTF-8\"", key);
+    }
+    body.SetJsonObject(key, value.release());
+}
+
+void FillClientEvent(TZeltoJsonObject& body, const tZeltoPltClientEvent& record) {
+    SetField(body, KEY_MAC_ADDRESS, ReadField(record.macAddress));
+    SetField(body, KEY_HOST_NAME, ReadField(record.hostName));
+}
+
+void FillChangeEvent(TZeltoJsonObject& body, const tZeltoPltDataModelEvent& record) {
+    SetField(body, KEY_DATA_MODEL_NAME, ReadField(record.name));
+    SetField(body, KEY_DATA_MODEL_VALUE, ReadField(record.value));
+}
+
+void SendRecord(const char* eventName, tZeltoPltEventType type, const void* record) {
+    TZeltoJsonObject body;
+    if (type == PLT_EVENT_DATA_MODEL_CHANGED) {
+        FillChangeEvent(body, *static_cast<const tZeltoPltDataModelEvent*>(record));
+    } else {
+        FillClientEvent(body, *static_cast<const tZeltoPltClientEvent*>(record));
+    }
+    platformIpc->SendEvent(eventName, body.EncodeToString());
+}
+
+} // namespace
+
+void SendChangeEvent(const char* name, const std::string& value) {
+    tZeltoPltDataModelEvent record;
+    CopyWholeCharacters(record.name, name);
+    CopyWholeCharacters(record.value, value.c_str());
+    zeltoPlatformLibSendEvent(PLT_EVENT_DATA_MODEL_CHANGED, &record);
+}
+
+} // namespace zelto
+
+void zeltoPlatformLibSendEvent(tZeltoPltEventType type, const void* record) {
+    const char* const eventName = zelto::platformMapper->MapPltEventTypeToStr(type);
+    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"[%s] Received event %s\n\"", __func__, eventName);
+    const bool known = type >= PLT_EVENT_CLIENT_CONNECTED && type <= PLT_EVENT_DATA_MODEL_CHANGED;
+    if (!known || record == nullptr) {
+        return;
+    }
+    // The callers are C programs, so no exception leaves.
+    try {
+        zelto::SendRecord(eventName, type, record);
+    } catch (const std::exception& error) {
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"%s\"", error.what());
+    }
+}

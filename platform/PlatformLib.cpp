@@ -1,0 +1,64 @@
+#include "platform/PlatformLib.h"
+
+#include "platform/FunctionMap.h"
+#include "platform/IndexMaps.h"
+#include "protocol/RequestNames.h"
+#include "utils/Log.h"
+#include "zelto/ZeltoPlatformLib.h"
+
+#include <cstdlib>
+#include <exception>
+
+namespace zelto {
+
+TZeltoDataMapper* const platformMapper = TZeltoDataMapper::GetInstance();
+TZeltoIpc* const platformIpc = getZeltoIpcInstance();
+
+namespace {
+
+constexpr const char* HELPER_COMMAND = "zelto_manager_helper.sh";
+
+void ServeRequests() {
+    platformIpc->Init(platformMapper->MapClientIdToStr(ZELTO_DISPATCHER));
+    for (const char* const method : METHOD_NAMES) {
+        platformIpc->AddMethodHandler(method, PlatformMethodHandler());
+    }
+    platformIpc->Run();
+}
+
+void RunHelper() {
+    // The shell is meant: it finds the script on the search path of the manager's environment.
+    if (std::system(HELPER_COMMAND) != 0) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"Can't run Zelto Manager with command - %s\"", HELPER_COMMAND);
+    }
+}
+
+} // namespace
+
+} // namespace zelto
+
+void zeltoPlatformLibInit(const tZeltoPlatformLibTable* table) {
+    if (table == nullptr) {
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"ZELTO Platform Library started without a table\"");
+        return;
+    }
+    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Starting ZELTO Platform Library, tableSize = %d\n\"",
+                  table->count);
+    zelto::AddFunctionTable(table->entries, table->count);
+    // The callers are C programs, so no exception leaves.
+    try {
+        if (table->indexMapPath != nullptr) {
+            // A file that cannot be used leaves the built-in maps in force, and start-up goes on.
+            static_cast<void>(zelto::LoadIndexMapFile(table->indexMapPath));
+        }
+        zelto::ServeRequests();
+        zelto::RunHelper();
+    } catch (const std::exception& error) {
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"%s\"", error.what());
+    }
+}
+
+void zeltoPlatformLibTerm(void) {
+    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Stopping ZELTO Platform Library\"");
+    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Exit ZELTO Platform Library\"");
+}
