@@ -88,6 +88,9 @@ protected:
 
 private:
     struct TPrivate;
+    int ReadAnswer(DBusMessage* answer, const std::string& method, const std::string& serverId,
+                   std::string& result);
+
     TPrivate* own;
 };
 

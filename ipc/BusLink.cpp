@@ -1,0 +1,104 @@
+#include "ipc/BusLink.h"
+
+#include "ipc/DBusNames.h"
+#include "ipc/DispatchRun.h"
+#include "utils/Log.h"
+#include "zelto/TZeltoDBus.h"
+
+namespace zelto {
+
+namespace {
+
+using TBusError = TZeltoDBus::TBusError;
+
+// Files sent along with messages are closed with them; more than these at once are refused.
+constexpr long MAX_RECEIVED_FILES = 64;
+
+void RequireStep(dbus_bool_t done, const char* function) {
+    if (done == FALSE) {
+        // The two quotes are part of the text that log readers look for.
+        qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"\" failed\"", function);
+        throw std::runtime_error(std::string(function) + " failed");
+    }
+}
+
+TMessageHandle MakeMonitorRequest() {
+    TMessageHandle request(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
+                                                        DBUS_INTERFACE_MONITORING, "BecomeMonitor"));
+    if (!request) {
+        Fail("dbus_message_new_method_call failed");
+    }
+    DBusMessageIter arguments;
+    DBusMessageIter rules;
+    dbus_message_iter_init_append(request.get(), &arguments);
+    RequireStep(
+        dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, DBUS_TYPE_STRING_AS_STRING, &rules),
+        "dbus_message_iter_open_container");
+    for (const char* rule : {"type='signal',member='NameAcquired'", "type='signal',member='NameLost'"}) {
+        RequireStep(dbus_message_iter_append_basic(&rules, DBUS_TYPE_STRING, &rule),
+                    "dbus_message_iter_append_basic");
+    }
+    RequireStep(dbus_message_iter_close_container(&arguments, &rules), "dbus_message_iter_close_container");
+    const dbus_uint32_t flags = 0;
+    RequireStep(dbus_message_iter_append_basic(&arguments, DBUS_TYPE_UINT32, &flags),
+                "dbus_message_iter_append_basic");
+    return request;
+}
+
+} // namespace
+
+TConnectionHandle OpenConnection(DBusBusType busType) {
+    TBusError error;
+    DBusConnection* const connection = dbus_bus_get_private(busType, error.Get());
+    error.Check("dbus_bus_get_private");
+    dbus_connection_ref(connection);
+    dbus_connection_set_exit_on_disconnect(connection, FALSE);
+    dbus_connection_set_max_received_unix_fds(connection, MAX_RECEIVED_FILES);
+    return TConnectionHandle(connection);
+}
+
+std::shared_ptr<TBusLink> OpenLink(const TLinkPlan& plan) {
+    TConnectionHandle server = OpenConnection(DBUS_BUS_SYSTEM);
+    TConnectionHandle client = OpenConnection(DBUS_BUS_SYSTEM);
+    auto link = std::make_shared<TBusLink>(std::move(server), std::move(client));
+    if (dbus_connection_add_filter(link->server.get(), plan.filter, plan.filterData, nullptr) == FALSE) {
+        Fail("Can't add ServerConnection filter.");
+    }
+    TBusError error;
+    dbus_bus_add_match(link->server.get(), MATCH_RULE, error.Get());
+    error.Check("dbus_bus_add_match");
+    return link;
+}
+
+std::shared_ptr<TBusLink> OpenWholeLink(const TLinkPlan& plan) {
+    auto link = OpenLink(plan);
+    if (!plan.busName.empty()) {
+        RequestBusName(link->server.get(), plan.busName);
+    }
+    if (plan.monitor) {
+        RequestMonitoring(*link);
+    }
+    return link;
+}
+
+void RequestBusName(DBusConnection* connection, const std::string& busName) {
+    TBusError error;
+    const int answer = dbus_bus_request_name(
+        connection, busName.c_str(), DBUS_NAME_FLAG_ALLOW_REPLACEMENT | DBUS_NAME_FLAG_REPLACE_EXISTING,
+        error.Get());
+    error.Check("dbus_bus_request_name");
+    if (answer != DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"The '%s' name is already taken!\"", busName.c_str());
+    }
+}
+
+void RequestMonitoring(TBusLink& link) {
+    const TMessageHandle request = MakeMonitorRequest();
+    TBusError error;
+    const TMessageHandle reply(dbus_connection_send_with_reply_and_block(
+        link.server.get(), request.get(), DBUS_TIMEOUT_USE_DEFAULT, error.Get()));
+    error.Check("dbus_connection_send_with_reply_and_block");
+    link.isMonitor = true;
+}
+
+} // namespace zelto

@@ -1,0 +1,205 @@
+#include "ipc/ClientChannel.h"
+
+#include "ipc/DispatchRun.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+
+namespace zelto {
+
+namespace {
+
+// More than this still waiting to be sent means that the bus does not read: the message is refused.
+constexpr long MAX_STALLED_BYTES = 1024L * 1024;
+
+} // namespace
+
+TClientChannel::TClientChannel(TConnectionHandle ownedConnection)
+    : connection(std::move(ownedConnection)), kick(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!kick) {
+        throw std::runtime_error("eventfd failed");
+    }
+    dbus_connection_set_wakeup_main_function(connection.get(), OnWakeUp, this, nullptr);
+}
+
+TClientChannel::~TClientChannel() {
+    dbus_connection_set_wakeup_main_function(connection.get(), nullptr, nullptr, nullptr);
+}
+
+void TClientChannel::OnWakeUp(void* channel) {
+    auto* const self = static_cast<TClientChannel*>(channel);
+    if (self->polling) {
+        self->Kick();
+    }
+}
+
+void TClientChannel::Kick() {
+    // A full counter wakes the reader just as well.
+    (void)eventfd_write(kick.Get(), 1);
+}
+
+bool TClientChannel::CanTakeMore() const {
+    if (lost || dbus_connection_get_is_connected(connection.get()) == FALSE) {
+        return false;
+    }
+    return !stalled || dbus_connection_get_outgoing_size(connection.get()) <= MAX_STALLED_BYTES;
+}
+
+TPendingCallHandle TClientChannel::SendCall(DBusMessage* message) {
+    DBusPendingCall* pending = nullptr;
+    if (!CanTakeMore() || dbus_connection_send_with_reply(connection.get(), message, &pending,
+                                                          DBUS_TIMEOUT_INFINITE) == FALSE) {
+        return nullptr;
+    }
+    return TPendingCallHandle(pending);
+}
+
+TMessageHandle TClientChannel::WaitForAnswer(DBusPendingCall* pending, TClock::time_point deadline,
+                                             const TRun* run) {
+    TWaiter waiter{pending, {}};
+    if (!WaitUntilDone(waiter, deadline, run)) {
+        stalled = dbus_connection_has_messages_to_send(connection.get()) != FALSE;
+        return nullptr;
+    }
+    stalled = false;
+    return TMessageHandle(dbus_pending_call_steal_reply(pending));
+}
+
+bool TClientChannel::Send(DBusMessage* message, TClock::time_point deadline, const TRun* run) {
+    Drain();
+    if (!CanTakeMore() || dbus_connection_send(connection.get(), message, nullptr) == FALSE) {
+        return false;
+    }
+    if (dbus_connection_has_messages_to_send(connection.get()) != FALSE) {
+        TWaiter waiter{nullptr, {}};
+        stalled = !WaitUntilDone(waiter, deadline, run);
+    }
+    return dbus_connection_get_is_connected(connection.get()) != FALSE;
+}
+
+void TClientChannel::Post(DBusMessage* message) {
+    if (CanTakeMore()) {
+        // Not being woken up is no loss: nobody relies on this message to arrive.
+        (void)dbus_connection_send(connection.get(), message, nullptr);
+    }
+}
+
+void TClientChannel::Drain() {
+    constexpr int64_t INTERVAL_MS = 1000;
+    const int64_t now =
+        std::chrono::duration_cast<std::chrono::milliseconds>(TClock::now().time_since_epoch()).count();
+    if (now - lastDrain < INTERVAL_MS) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(mutex);
+    if (leading) {
+        return;
+    }
+    lastDrain = now;
+    leading = true;
+    lock.unlock();
+    Read();
+    Dispatch();
+    lock.lock();
+    leading = false;
+    WakeDone();
+    if (!waiters.empty()) {
+        waiters.front()->condition.notify_one();
+    }
+}
+
+void TClientChannel::WakeAll() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    for (TWaiter* const waiter : waiters) {
+        waiter->condition.notify_one();
+    }
+    Kick();
+}
+
+bool TClientChannel::IsDone(const TWaiter& waiter) const {
+    if (waiter.pending != nullptr) {
+        return dbus_pending_call_get_completed(waiter.pending) != FALSE;
+    }
+    return lost || dbus_connection_has_messages_to_send(connection.get()) == FALSE;
+}
+
+bool TClientChannel::WaitUntilDone(TWaiter& waiter, TClock::time_point deadline, const TRun* run) {
+    std::unique_lock<std::mutex> lock(mutex);
+    waiters.push_back(&waiter);
+    bool done = IsDone(waiter);
+    while (!done && !lost && TClock::now() < deadline && !(run != nullptr && run->IsStopping())) {
+        if (leading) {
+            waiter.condition.wait_until(lock, deadline);
+        } else {
+            leading = true;
+            lock.unlock();
+            LeadOnce(waiter, deadline);
+            lock.lock();
+            leading = false;
+            WakeDone();
+        }
+        done = IsDone(waiter);
+    }
+    waiters.erase(std::find(waiters.begin(), waiters.end(), &waiter));
+    if (!leading && !waiters.empty()) {
+        waiters.front()->condition.notify_one();
+    }
+    return done;
+}
+
+// The mutex is held: the others' answers may have been dispatched while this thread led.
+void TClientChannel::WakeDone() {
+    for (TWaiter* const waiter : waiters) {
+        if (lost || IsDone(*waiter)) {
+            waiter->condition.notify_one();
+        }
+    }
+}
+
+void TClientChannel::LeadOnce(const TWaiter& waiter, TClock::time_point deadline) {
+    // Another thread that flushed may have read messages already: the socket would stay silent about them.
+    Dispatch();
+    if (IsDone(waiter) || lost) {
+        return;
+    }
+    Poll(deadline);
+    Read();
+    Dispatch();
+}
+
+void TClientChannel::Poll(TClock::time_point deadline) {
+    int fd = -1;
+    if (dbus_connection_get_unix_fd(connection.get(), &fd) == FALSE) {
+        lost = true;
+        return;
+    }
+    // Set before the queue is looked at: whoever queues a message after that look sees it set and kicks.
+    polling = true;
+    const bool isSending = dbus_connection_has_messages_to_send(connection.get()) != FALSE;
+    const auto events = static_cast<short>(isSending ? POLLIN | POLLOUT : POLLIN);
+    pollfd polled[] = {{fd, events, 0}, {kick.Get(), POLLIN, 0}};
+    const int ready = poll(polled, 2, PollTimeout(deadline));
+    polling = false;
+    if (ready > 0 && polled[1].revents != 0) {
+        eventfd_t ignored = 0;
+        (void)eventfd_read(kick.Get(), &ignored);
+    }
+}
+
+void TClientChannel::Read() {
+    (void)dbus_connection_read_write(connection.get(), 0);
+}
+
+void TClientChannel::Dispatch() {
+    while (dbus_connection_dispatch(connection.get()) == DBUS_DISPATCH_DATA_REMAINS) {
+    }
+    if (dbus_connection_get_is_connected(connection.get()) == FALSE) {
+        lost = true;
+    }
+}
+
+} // namespace zelto

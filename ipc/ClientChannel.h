@@ -1,0 +1,86 @@
+// The client connection of a party, shared by all threads that call methods and send events.
+//
+// libdbus lets one thread at a time read a connection, and lets it keep the others out while it waits for
+// data. So nobody waits inside libdbus here: of the threads that wait for an answer one, the leader, polls
+// the socket, reads and dispatches for all; the others wait on a condition of their own and are woken when
+// their answer is there, or to lead when the leader has got its own.
+#ifndef ZELTO_IPC_CLIENT_CHANNEL_H
+#define ZELTO_IPC_CLIENT_CHANNEL_H
+
+#include "ipc/DBusWrappers.h"
+#include "ipc/Timeouts.h"
+#include "utils/UniqueFd.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+namespace zelto {
+
+class TRun;
+
+class TClientChannel {
+public:
+    // Takes over both references to the connection. Throws std::runtime_error when the process has no
+    // descriptor left.
+    explicit TClientChannel(TConnectionHandle ownedConnection);
+    ~TClientChannel();
+    TClientChannel(const TClientChannel&) = delete;
+    TClientChannel& operator=(const TClientChannel&) = delete;
+
+    DBusConnection* Get() const { return connection.get(); }
+    // The bus has closed the connection, as far as is known here.
+    bool IsLost() const { return lost; }
+
+    // Sends a method call; null when it cannot be sent.
+    TPendingCallHandle SendCall(DBusMessage* message);
+    // Waits for its answer; null when there is none by the deadline, or when `run`, the dispatch thread's own
+    // if it is one that waits, is stopped meanwhile.
+    TMessageHandle WaitForAnswer(DBusPendingCall* pending, TClock::time_point deadline, const TRun* run);
+
+    // Sends a message that has no answer and waits until it has left, at most until the deadline; after that
+    // it leaves with later messages. False when it cannot be sent.
+    bool Send(DBusMessage* message, TClock::time_point deadline, const TRun* run);
+    // Hands a message to libdbus and returns.
+    void Post(DBusMessage* message);
+
+    // Takes in, without waiting, what has arrived that nobody waits for.
+    void Drain();
+    // Makes every waiting thread look at its reasons to stop waiting.
+    void WakeAll();
+
+private:
+    struct TWaiter {
+        DBusPendingCall* pending; // null: waits until everything has been sent
+        std::condition_variable condition;
+    };
+
+    bool CanTakeMore() const;
+    bool IsDone(const TWaiter& waiter) const;
+    bool WaitUntilDone(TWaiter& waiter, TClock::time_point deadline, const TRun* run);
+    void LeadOnce(const TWaiter& waiter, TClock::time_point deadline);
+    void Poll(TClock::time_point deadline);
+    void Read();
+    void Dispatch();
+    void WakeDone();
+    void Kick();
+    static void OnWakeUp(void* channel);
+
+    TConnectionHandle connection;
+    TUniqueFd kick;
+    std::atomic<bool> polling{false};
+    std::atomic<bool> lost{false};
+    std::atomic<bool> stalled{false}; // a message did not leave in time
+    std::atomic<int64_t> lastDrain{0};
+
+    std::mutex mutex;
+    bool leading = false;
+    std::vector<TWaiter*> waiters; // in order of arrival
+};
+
+} // namespace zelto
+
+#endif

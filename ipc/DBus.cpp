@@ -1,0 +1,173 @@
+#include "ipc/DBusCalls.h"
+#include "ipc/DBusNames.h"
+#include "ipc/DBusPrivate.h"
+#include "utils/Log.h"
+#include "zelto/TZeltoDBus.h"
+
+#include <utility>
+
+#include <unistd.h>
+
+using namespace zelto;
+
+namespace {
+
+constexpr int32_t BUS_TIMEOUT_MS = 25000;
+
+TMessageHandle MakeReleaseRequest(const std::string& busName) {
+    TMessageHandle request(
+        dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS, DBUS_INTERFACE_DBUS, "ReleaseName"));
+    const char* const name = busName.c_str();
+    if (!request ||
+        dbus_message_append_args(request.get(), DBUS_TYPE_STRING, &name, DBUS_TYPE_INVALID) == FALSE) {
+        Fail("dbus_message_new_method_call failed");
+    }
+    return request;
+}
+
+// Makes the party's own server connection readable, which wakes a dispatch thread of any transport. Its
+// answer is taken in by the next Run.
+void SendWakeUp(const std::shared_ptr<TBusLink>& link, const std::string& identity) {
+    if (!link || !IsIdentity(identity)) {
+        return;
+    }
+    const TMessageHandle call(dbus_message_new_method_call((BUS_NAME_PREFIX + identity).c_str(),
+                                                           (OBJECT_PATH_PREFIX + identity).c_str(),
+                                                           INTERFACE_NAME, WAKE_UP_MEMBER));
+    if (call) {
+        link->client.Post(call.get());
+    }
+}
+
+} // namespace
+
+TZeltoDBus::TZeltoDBus()
+    : serverConnection(nullptr),
+      clientConnection(nullptr),
+      busName(BUS_NAME_PREFIX),
+      interfaceName(INTERFACE_NAME),
+      objectPath(OBJECT_PATH_PREFIX),
+      connected(false),
+      dispatchTimeoutMs(-1),
+      own(nullptr) {
+    dbus_threads_init_default();
+    const auto state = std::make_shared<TPrivate>(*this);
+    state->self = state;
+    own = state.get();
+}
+
+TZeltoDBus::~TZeltoDBus() {
+    TZeltoDBus::Stop();
+    if (own->IsOwnProcess()) {
+        Disconnect();
+        own->Close();
+    }
+}
+
+DBusConnection* TZeltoDBus::CreateConnection(DBusBusType busType) {
+    return OpenConnection(busType).release();
+}
+
+void TZeltoDBus::Connect() {
+    const std::lock_guard<std::mutex> lock(own->connecting);
+    if (own->GetLink()) {
+        return;
+    }
+    if (ProbeBus() == TBusState::SILENT) {
+        Fail("dbus_bus_get_private - The bus does not answer.");
+    }
+    auto link = OpenLink(own->GetPlan());
+    RememberBusAddress(link->server.get());
+    own->SetNames(std::to_string(getpid()), false);
+    own->SetLink(std::move(link));
+}
+
+void TZeltoDBus::Disconnect() {
+    own->SetLink(nullptr);
+}
+
+void TZeltoDBus::RegisterBusName() {
+    const auto link = own->GetLink();
+    if (link) {
+        RequestBusName(link->server.get(), busName);
+    }
+}
+
+void TZeltoDBus::ReleaseBusName() {
+    const auto link = own->GetLink();
+    // Until Init has named the party there is nothing to release, and its address is no valid bus name.
+    if (!link || own->GetPlan().busName.empty()) {
+        return;
+    }
+    TBusError error;
+    dbus_bus_release_name(link->server.get(), busName.c_str(), error.Get());
+    error.Check("dbus_bus_release_name");
+    // Dispatch threads do not touch the server connection now, but other threads may be in calls on the
+    // client one.
+    const TMessageHandle request = MakeReleaseRequest(busName + CLIENT_NAME_SUFFIX);
+    const TMessageHandle answer = Exchange(link, request.get(), DeadlineAfter(BUS_TIMEOUT_MS));
+    if (!answer) {
+        Fail("dbus_bus_release_name - The bus does not answer.");
+    }
+    (void)dbus_set_error_from_message(error.Get(), answer.get());
+    error.Check("dbus_bus_release_name");
+}
+
+void TZeltoDBus::Init(const std::string& localIdentity) {
+    qvLogging_log(LOG_LEVEL_DEBUG, "\"%s\"", localIdentity.c_str());
+    if (localIdentity == identity) {
+        qvLogging_log(LOG_LEVEL_NOTICE, "\"The same ID (%s), do nothing.\"", localIdentity.c_str());
+        return;
+    }
+    RequireIdentity(localIdentity);
+    const std::string formerIdentity = identity;
+    TZeltoIpc::Init(localIdentity);
+    const bool wasRunning = running;
+    if (wasRunning) {
+        Stop();
+    }
+    try {
+        own->TakeIdentity(localIdentity);
+    } catch (...) {
+        TZeltoIpc::Init(formerIdentity);
+        if (wasRunning) {
+            own->BeginRun();
+            TZeltoIpc::Run();
+        }
+        throw;
+    }
+    if (wasRunning) {
+        Run();
+    }
+}
+
+void TZeltoDBus::Run() {
+    const auto link = own->GetLink();
+    const bool isMonitor = link && link->isMonitor;
+    if (isMonitor || (link && monitor && running)) {
+        // Nothing may be sent on a monitor, nor may a connection that is being dispatched wait for the bus.
+        own->RenewLink(monitor);
+    } else if (monitor) {
+        BecomeMonitor();
+    }
+    own->BeginRun();
+    TZeltoIpc::Run();
+}
+
+void TZeltoDBus::Stop() {
+    if (!own->IsOwnProcess()) {
+        running = false;
+        // The threads exist in the parent only: nobody can join them here, and destroying them would end the
+        // process.
+        new std::vector<std::thread>(std::move(threads));
+        return;
+    }
+    const auto run = own->TakeRun();
+    if (running.exchange(false)) {
+        SendWakeUp(own->GetLink(), identity);
+    }
+    if (run) {
+        run->RequestStop();
+    }
+    TZeltoIpc::Stop();
+}

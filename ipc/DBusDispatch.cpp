@@ -1,0 +1,218 @@
+// The road of an incoming message: MainLoop waits for it, the filter hands it to MessageHandler, Reply
+// answers it.
+
+#include "ipc/DBusCalls.h"
+#include "ipc/DBusNames.h"
+#include "ipc/DBusPrivate.h"
+#include "utils/Log.h"
+
+#include <algorithm>
+#include <cstring>
+#include <stdexcept>
+
+#include <cxxabi.h>
+#include <poll.h>
+
+using namespace zelto;
+
+namespace {
+
+constexpr int32_t REPLY_FLUSH_MS = 2000;
+// How often an idle party looks at what has arrived on its client connection unasked.
+constexpr int32_t DRAIN_INTERVAL_MS = 5000;
+constexpr int32_t RETRY_INTERVAL_MS = 100;
+// A bus that has not taken this much does not read.
+constexpr long MAX_WAITING_BYTES = 1024L * 1024;
+
+// The message that the current thread hands on, and the connection it came from, where its reply belongs.
+struct TIncoming {
+    DBusConnection* connection;
+    DBusMessage* message;
+    bool isAnswered;
+};
+
+thread_local TIncoming* incoming = nullptr;
+
+class TIncomingScope {
+public:
+    explicit TIncomingScope(TIncoming* current) : outer(incoming) { incoming = current; }
+    ~TIncomingScope() { incoming = outer; }
+    TIncomingScope(const TIncomingScope&) = delete;
+    TIncomingScope& operator=(const TIncomingScope&) = delete;
+
+private:
+    TIncoming* const outer;
+};
+
+// Waits, at most until the deadline or a stop, for the queued messages to leave; what is left leaves with
+// later turns.
+void FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
+    const TRun* const run = TRun::OfThisThread();
+    while (dbus_connection_has_messages_to_send(connection) != FALSE && TClock::now() < deadline &&
+           !(run != nullptr && run->IsStopping())) {
+        pollfd polled[] = {{-1, POLLOUT, 0}, {run == nullptr ? -1 : run->GetWakeFd(), POLLIN, 0}};
+        if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
+            return;
+        }
+        (void)poll(polled, 2, PollTimeout(deadline));
+        if (dbus_connection_read_write(connection, 0) == FALSE) {
+            return;
+        }
+    }
+}
+
+// Not a constant: the analysis of clang must not think that an exception always leaves.
+void LogUnknownException() {
+    qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", "an exception that is no std::exception has left a callback");
+}
+
+// Runs code that calls users' callbacks, from which no exception may get into libdbus: it would never release
+// its locks.
+template <typename TBody>
+void Contain(TBody body) {
+    try {
+        body();
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (const std::exception& error) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", error.what());
+    } catch (...) {
+        LogUnknownException();
+    }
+}
+
+bool IsFromBus(DBusMessage* message) {
+    const char* const sender = dbus_message_get_sender(message);
+    return sender == nullptr || std::strcmp(sender, DBUS_SERVICE_DBUS) == 0;
+}
+
+} // namespace
+
+void TZeltoDBus::MainLoop() {
+    const TPrivate::TRunRef run = own->GetRun();
+    if (!run) {
+        return;
+    }
+    const TRun::TThreadScope threadScope(run.get());
+    while (running && run->Lead()) {
+        Contain([&] { own->DispatchTurn(*run); });
+        run->Unlead();
+    }
+}
+
+void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {
+    const TLinkRef current = GetLink();
+    if (!current) {
+        pollfd polled{dispatching.GetWakeFd(), POLLIN, 0};
+        (void)poll(&polled, 1, -1);
+        dispatching.ClearWake();
+        return;
+    }
+    DBusConnection* const server = current->server.get();
+    if (dbus_connection_get_dispatch_status(server) != DBUS_DISPATCH_DATA_REMAINS &&
+        !WaitForInput(*current, dispatching)) {
+        return;
+    }
+    current->client.Drain();
+    if (dbus_connection_read_write_dispatch(server, 0) == FALSE || current->client.IsLost()) {
+        LoseLink(current);
+    }
+}
+
+// False when the run was woken for another reason.
+bool TZeltoDBus::TPrivate::WaitForInput(TBusLink& dispatched, TRun& dispatching) const {
+    DBusConnection* const server = dispatched.server.get();
+    pollfd polled[] = {{-1, POLLIN, 0}, {dispatching.GetWakeFd(), POLLIN, 0}};
+    int timeoutMs = party->dispatchTimeoutMs < 0 ? DRAIN_INTERVAL_MS
+                                                 : std::min(party->dispatchTimeoutMs, DRAIN_INTERVAL_MS);
+    if (dbus_connection_get_unix_fd(server, &polled[0].fd) == FALSE) {
+        // The connection is closed; what is left in its queue is handed on.
+        return true;
+    }
+    if (dbus_connection_has_messages_to_send(server) != FALSE) {
+        polled[0].events = POLLIN | POLLOUT;
+    }
+    if (dbus_connection_get_dispatch_status(server) == DBUS_DISPATCH_NEED_MEMORY) {
+        timeoutMs = RETRY_INTERVAL_MS;
+    }
+    (void)poll(polled, 2, timeoutMs);
+    if (polled[1].revents != 0) {
+        dispatching.ClearWake();
+        return false;
+    }
+    return true;
+}
+
+DBusHandlerResult TZeltoDBus::MessageFilter(DBusConnection* connection, DBusMessage* message, void* data) {
+    if (data != nullptr) {
+        TPrivate::HandleMessage(*static_cast<TZeltoDBus*>(data), connection, message);
+    }
+    return DBUS_HANDLER_RESULT_HANDLED;
+}
+
+void TZeltoDBus::TPrivate::HandleMessage(TZeltoDBus& party, DBusConnection* connection,
+                                         DBusMessage* message) {
+    if (party.monitor) {
+        // Any process can send a signal that looks like the bus's own.
+        if (IsFromBus(message)) {
+            Contain([&] { party.MonitorHandler(message); });
+        }
+        return;
+    }
+    TIncoming current{connection, message, false};
+    const TIncomingScope scope(&current);
+    Contain([&] { party.MessageHandler(message); });
+    if (dbus_message_get_type(message) == DBUS_MESSAGE_TYPE_METHOD_CALL && !current.isAnswered) {
+        // The caller must not wait for its time-out.
+        Contain([&] { party.Reply(message, "", -1); });
+    }
+}
+
+void TZeltoDBus::MessageHandler(DBusMessage* message) {
+    const int type = dbus_message_get_type(message);
+    const char* const member = dbus_message_get_member(message);
+    std::string text;
+    int32_t code = -1;
+    GetMessageValue(message, text, &code);
+    if (type == DBUS_MESSAGE_TYPE_ERROR) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", FirstText(message).c_str());
+    } else if (type == DBUS_MESSAGE_TYPE_SIGNAL && member != nullptr) {
+        OnEvent(member, text);
+    } else if (type == DBUS_MESSAGE_TYPE_METHOD_CALL) {
+        std::string result;
+        code = OnMethodCall(member == nullptr ? "" : member, text, result);
+        try {
+            Reply(message, result, code);
+        } catch (const std::runtime_error& error) {
+            qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", error.what());
+        }
+    }
+}
+
+void TZeltoDBus::Reply(DBusMessage* call, const std::string& result, int code) {
+    qvLogging_log(LOG_LEVEL_DEBUG, "\"%s\"", result.c_str());
+    const bool isIncoming = incoming != nullptr && incoming->message == call;
+    const TPrivate::TLinkRef link = isIncoming ? nullptr : own->GetLink();
+    DBusConnection* const connection = isIncoming ? incoming->connection
+                                       : link     ? link->server.get()
+                                                  : nullptr;
+    if (connection == nullptr || dbus_connection_get_outgoing_size(connection) > MAX_WAITING_BYTES) {
+        throw std::runtime_error("dbus_connection_send failed");
+    }
+    RequireText("result", dbus_message_get_member(call) == nullptr ? "" : dbus_message_get_member(call),
+                result);
+    const TBusMessage reply(dbus_message_new_method_return(call));
+    const char* const text = result.c_str();
+    const dbus_int32_t value = code;
+    if (dbus_message_append_args(reply(), DBUS_TYPE_STRING, &text, DBUS_TYPE_INT32, &value,
+                                 DBUS_TYPE_INVALID) == FALSE) {
+        return;
+    }
+    if (dbus_connection_send(connection, reply(), nullptr) == FALSE) {
+        throw std::runtime_error("dbus_connection_send failed");
+    }
+    if (isIncoming) {
+        incoming->isAnswered = true;
+    }
+    FlushBounded(connection, DeadlineAfter(REPLY_FLUSH_MS));
+}

@@ -1,0 +1,59 @@
+#include "ipc/DBusNames.h"
+
+#include "utils/Log.h"
+
+#include <dbus/dbus.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace zelto {
+
+namespace {
+
+bool IsDigit(char character) {
+    return character >= '0' && character <= '9';
+}
+
+bool IsIdentityCharacter(char character) {
+    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z') ||
+           IsDigit(character) || character == '_';
+}
+
+} // namespace
+
+void Fail(const std::string& text) {
+    qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", text.c_str());
+    throw std::runtime_error(text);
+}
+
+bool IsIdentity(const std::string& text) {
+    return !text.empty() && text.size() <= MAX_IDENTITY_LENGTH && !IsDigit(text.front()) &&
+           std::all_of(text.begin(), text.end(), IsIdentityCharacter);
+}
+
+void RequireIdentity(const std::string& text) {
+    if (!IsIdentity(text)) {
+        Fail("'" + text +
+             "' is not an identity: 1 to 200 letters, digits and '_', not beginning with a digit");
+    }
+}
+
+void RequireMember(const char* what, const std::string& text) {
+    if (text.find('\0') != std::string::npos || dbus_validate_utf8(text.c_str(), nullptr) == FALSE ||
+        dbus_validate_member(text.c_str(), nullptr) == FALSE) {
+        Fail(std::string("'") + text + "' is not the name of a " + what +
+             ": 1 to 255 letters, digits and '_', not beginning with a digit");
+    }
+}
+
+void RequireText(const char* what, const std::string& name, const std::string& text) {
+    if (text.size() > MAX_TEXT_LENGTH) {
+        Fail(std::string("the ") + what + " of '" + name + "' is longer than 16 MiB");
+    }
+    if (dbus_validate_utf8(text.c_str(), nullptr) == FALSE) {
+        Fail(std::string("the ") + what + " of '" + name + "' is not valid UTF-8");
+    }
+}
+
+} // namespace zelto

@@ -1,0 +1,234 @@
+#include "ipc/DBusPrivate.h"
+
+#include "ipc/DBusNames.h"
+#include "utils/Log.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include <unistd.h>
+
+using namespace zelto;
+
+namespace {
+
+// The party gets back the name that it had; what goes wrong is logged, and the caller hears of the first
+// failure.
+void Reclaim(TBusLink& link, const std::string& busName) {
+    try {
+        RequestBusName(link.server.get(), busName);
+    } catch (const std::runtime_error&) {
+    }
+}
+
+} // namespace
+
+TZeltoDBus::TPrivate::TPrivate(TZeltoDBus& owner)
+    : process(getpid()),
+      party(&owner),
+      names(std::make_shared<const TNames>(TNames{BUS_NAME_PREFIX, OBJECT_PATH_PREFIX})) {
+    plan.filter = &TZeltoDBus::MessageFilter;
+    plan.filterData = &owner;
+}
+
+bool TZeltoDBus::TPrivate::IsOwnProcess() const {
+    return getpid() == process;
+}
+
+TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::GetLink() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return link;
+}
+
+TZeltoDBus::TPrivate::TNamesRef TZeltoDBus::TPrivate::GetNames() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return names;
+}
+
+TLinkPlan TZeltoDBus::TPrivate::GetPlan() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return plan;
+}
+
+TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::RequireLink(const char* failure) {
+    if (!IsOwnProcess()) {
+        Fail("the bus connection belongs to the parent process");
+    }
+    TLinkRef current = GetLink();
+    if (current && current->client.IsLost()) {
+        LoseLink(current);
+        current = nullptr;
+    }
+    if (current) {
+        return current;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (isLost) {
+            reconnector.Nudge();
+            Fail(failure);
+        }
+    }
+    party->Connect();
+    return GetLink();
+}
+
+void TZeltoDBus::TPrivate::ShowLink() {
+    party->serverConnection = link ? link->server.get() : nullptr;
+    party->clientConnection = link ? link->client.Get() : nullptr;
+    party->connected = link != nullptr;
+}
+
+void TZeltoDBus::TPrivate::ShowNames() {
+    party->busName = names->busName;
+    party->objectPath = names->objectPath;
+}
+
+void TZeltoDBus::TPrivate::SetLink(TLinkRef newLink) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    // The former link goes when the argument does, outside the lock.
+    link.swap(newLink);
+    isLost = false;
+    ShowLink();
+    if (run) {
+        run->Wake();
+    }
+}
+
+void TZeltoDBus::TPrivate::SetNames(const std::string& element, bool isOwned) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    names = std::make_shared<const TNames>(TNames{BUS_NAME_PREFIX + element, OBJECT_PATH_PREFIX + element});
+    plan.busName = isOwned ? names->busName : std::string();
+    ShowNames();
+}
+
+TZeltoDBus::TPrivate::TPosition TZeltoDBus::TPrivate::GetPosition() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return {link, names, plan.busName, isLost};
+}
+
+void TZeltoDBus::TPrivate::Restore(const TPosition& former) {
+    SetLink(former.link);
+    const std::lock_guard<std::mutex> lock(mutex);
+    names = former.names;
+    plan.busName = former.ownedName;
+    isLost = former.isLost;
+    ShowNames();
+    if (isLost) {
+        StartReconnecting();
+    }
+}
+
+void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
+    const TPosition former = GetPosition();
+    const bool wasMonitor = former.link && former.link->isMonitor;
+    try {
+        if (wasMonitor) {
+            // A monitor may not send: it is left for a fresh connection.
+            SetLink(nullptr);
+        }
+        if (GetLink()) {
+            party->ReleaseBusName();
+        } else {
+            party->Connect();
+        }
+        SetNames(identity, true);
+        qvLogging_log(LOG_LEVEL_DEBUG, "\"'%s' '%s' '%s'\"", party->interfaceName.c_str(),
+                      party->busName.c_str(), party->objectPath.c_str());
+        party->RegisterBusName();
+    } catch (...) {
+        Restore(former);
+        if (former.link && !wasMonitor && !former.ownedName.empty()) {
+            Reclaim(*former.link, former.ownedName);
+        }
+        throw;
+    }
+}
+
+void TZeltoDBus::TPrivate::RenewLink(bool asMonitor) {
+    TLinkPlan wanted = GetPlan();
+    wanted.monitor = asMonitor;
+    SetLink(OpenWholeLink(wanted));
+}
+
+void TZeltoDBus::TPrivate::LoseLink(const TLinkRef& dead) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (link != dead || party == nullptr) {
+        return;
+    }
+    link = nullptr;
+    isLost = true;
+    plan.monitor = dead->isMonitor;
+    ShowLink();
+    qvLogging_log(LOG_LEVEL_ERROR, "\"The bus connection of '%s' is lost.\"", names->busName.c_str());
+    dead->client.WakeAll();
+    StartReconnecting();
+}
+
+void TZeltoDBus::TPrivate::StartReconnecting() {
+    reconnector.Start([keep = shared_from_this()] { return keep->TryReconnect(); });
+}
+
+// Runs on the reconnector's thread. True when there is nothing left to do.
+bool TZeltoDBus::TPrivate::TryReconnect() {
+    TLinkPlan wanted;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (party == nullptr || !isLost) {
+            return true;
+        }
+        wanted = plan;
+    }
+    TLinkRef fresh;
+    try {
+        fresh = ProbeBus() == TBusState::ANSWERING ? OpenWholeLink(wanted) : nullptr;
+    } catch (const std::exception&) {
+        // Already logged; the bus may not be ready yet.
+    }
+    if (!fresh) {
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (party == nullptr || !isLost) {
+        return true;
+    }
+    if (wanted.busName != plan.busName) {
+        return false;
+    }
+    link = fresh;
+    isLost = false;
+    ShowLink();
+    qvLogging_log(LOG_LEVEL_NOTICE, "\"The bus connection of '%s' is back.\"", names->busName.c_str());
+    if (run) {
+        run->Wake();
+    }
+    return true;
+}
+
+void TZeltoDBus::TPrivate::Close() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        party = nullptr;
+        link = nullptr;
+    }
+    reconnector.Cancel();
+    self = nullptr;
+}
+
+TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::BeginRun() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (!run) {
+        run = std::make_shared<TRun>();
+    }
+    return run;
+}
+
+TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::GetRun() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return run;
+}
+
+TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::TakeRun() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return std::exchange(run, nullptr);
+}

@@ -1,0 +1,93 @@
+// The state of a party on the bus that its interface does not show.
+#ifndef ZELTO_IPC_DBUS_PRIVATE_H
+#define ZELTO_IPC_DBUS_PRIVATE_H
+
+#include "ipc/BusLink.h"
+#include "ipc/DBusReconnect.h"
+#include "ipc/DispatchRun.h"
+#include "zelto/TZeltoDBus.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include <sys/types.h>
+
+struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
+    : std::enable_shared_from_this<TZeltoDBus::TPrivate> {
+    // The party's addresses; replaced as a whole.
+    struct TNames {
+        std::string busName;
+        std::string objectPath;
+    };
+    using TLinkRef = std::shared_ptr<zelto::TBusLink>;
+    using TNamesRef = std::shared_ptr<const TNames>;
+    using TRunRef = std::shared_ptr<zelto::TRun>;
+
+    explicit TPrivate(TZeltoDBus& owner);
+
+    // A child that was forked off shares the parent's sockets: it must neither send nor wait for threads.
+    bool IsOwnProcess() const;
+
+    TLinkRef GetLink();
+    TNamesRef GetNames();
+    // The connected link; connects first if the party never was. Logs and throws `failure` while the bus is
+    // away.
+    TLinkRef RequireLink(const char* failure);
+
+    // Makes a link the party's own and wakes the dispatch threads for it; null disconnects.
+    void SetLink(TLinkRef newLink);
+    // Both names from their last element. Owned names are requested again on a new link.
+    void SetNames(const std::string& element, bool isOwned);
+    // Gives up the old name and takes the new one, connecting first if need be. When it throws, everything is
+    // as it was.
+    void TakeIdentity(const std::string& identity);
+    // Replaces the link by a fresh one, with the name, that no dispatch thread has seen before it is whole.
+    void RenewLink(bool asMonitor);
+    // The link is dead: gives it up, if it still is the party's, and starts to get another one.
+    void LoseLink(const TLinkRef& dead);
+    // The party is being destroyed.
+    void Close();
+
+    // The run that is under way; a new one when there is none.
+    TRunRef BeginRun();
+    TRunRef GetRun();
+    TRunRef TakeRun();
+
+    zelto::TLinkPlan GetPlan();
+
+    // The message filter without its guard against exceptions.
+    static void HandleMessage(TZeltoDBus& party, DBusConnection* connection, DBusMessage* message);
+    void DispatchTurn(zelto::TRun& run);
+    bool WaitForInput(zelto::TBusLink& dispatched, zelto::TRun& dispatching) const;
+
+    std::shared_ptr<TPrivate> self; // until Close
+    // One thread at a time connects. Never held while a thread is waited for.
+    std::mutex connecting;
+
+private:
+    struct TPosition {
+        TLinkRef link;
+        TNamesRef names;
+        std::string ownedName;
+        bool isLost;
+    };
+    TPosition GetPosition();
+    void Restore(const TPosition& former);
+    void StartReconnecting();
+    bool TryReconnect();
+    void ShowLink();
+    void ShowNames();
+
+    const pid_t process;
+    std::mutex mutex; // guards everything below, and the party's members that show it
+    TZeltoDBus* party;
+    TLinkRef link;
+    TNamesRef names;
+    TRunRef run;
+    zelto::TLinkPlan plan;
+    bool isLost = false; // there was a link and the bus has taken it away
+    zelto::TReconnector reconnector;
+};
+
+#endif

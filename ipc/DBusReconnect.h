@@ -1,0 +1,50 @@
+// Getting a lost bus back, in the background.
+#ifndef ZELTO_IPC_DBUS_RECONNECT_H
+#define ZELTO_IPC_DBUS_RECONNECT_H
+
+#include <dbus/dbus.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace zelto {
+
+// Remembers where the bus is, taken from a connection to it.
+void RememberBusAddress(DBusConnection* connection);
+enum class TBusState { ANSWERING, SILENT, ABSENT };
+// Opening a connection to a bus that hangs would never return, so this is asked first, with a limit of a
+// second. ANSWERING as long as no address is known.
+TBusState ProbeBus();
+
+// Repeats an attempt on a thread of its own until it succeeds, at intervals from 100 ms to 5 s. Not for use
+// by several threads at once, but for Nudge.
+class TReconnector {
+public:
+    using TAttempt = std::function<bool()>;
+
+    TReconnector();
+    ~TReconnector();
+    TReconnector(const TReconnector&) = delete;
+    TReconnector& operator=(const TReconnector&) = delete;
+
+    // Starts the thread. An earlier one is to have nothing left to do: it ends by itself.
+    void Start(TAttempt attempt);
+    // Somebody needs the bus now: the next attempt follows 100 ms after the last one.
+    void Nudge();
+    // Ends the thread. One that hangs in an attempt is left behind; its attempt is then never made again.
+    void Cancel();
+
+private:
+    struct TState;
+    void Release(bool isFinished);
+    static void Loop(const std::shared_ptr<TState>& state, const TAttempt& attempt);
+
+    std::shared_ptr<TState> state;
+    std::thread thread;
+};
+
+} // namespace zelto
+
+#endif

@@ -1,0 +1,60 @@
+#include "ipc/DBusWrappers.h"
+
+#include "ipc/DBusNames.h"
+#include "zelto/TZeltoDBus.h"
+
+#include <stdexcept>
+
+namespace {
+
+DBusMessage* RequireMessage(DBusMessage* message) {
+    if (message == nullptr) {
+        throw std::runtime_error("DBusMessage pointer is NULL!");
+    }
+    return message;
+}
+
+} // namespace
+
+TZeltoDBus::TBusMessage::TBusMessage(DBusMessage* ownedMessage) : message(RequireMessage(ownedMessage)) {}
+
+TZeltoDBus::TBusMessage& TZeltoDBus::TBusMessage::operator=(DBusMessage* ownedMessage) {
+    if (message != nullptr) {
+        dbus_message_unref(message);
+        message = nullptr;
+    }
+    message = RequireMessage(ownedMessage);
+    return *this;
+}
+
+TZeltoDBus::TBusMessage::~TBusMessage() {
+    if (message != nullptr) {
+        dbus_message_unref(message);
+    }
+}
+
+DBusMessage* TZeltoDBus::TBusMessage::operator()() const {
+    return message;
+}
+
+int TZeltoDBus::TBusMessage::GetType() const {
+    return dbus_message_get_type(message);
+}
+
+TZeltoDBus::TBusError::TBusError() : error() {
+    dbus_error_init(&error);
+}
+
+TZeltoDBus::TBusError::~TBusError() {
+    dbus_error_free(&error);
+}
+
+void TZeltoDBus::TBusError::Check(const std::string& context) {
+    if (dbus_error_is_set(&error) != FALSE) {
+        zelto::Fail(context + " - " + error.message);
+    }
+}
+
+DBusError* TZeltoDBus::TBusError::Get() {
+    return &error;
+}

@@ -1,0 +1,83 @@
+#include "ipc/DispatchRun.h"
+
+#include "ipc/BusLink.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include <sys/eventfd.h>
+
+namespace zelto {
+
+namespace {
+
+thread_local TRun* runOfThisThread = nullptr;
+
+} // namespace
+
+TRun::TRun() : wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+    if (!wake) {
+        throw std::runtime_error("eventfd failed");
+    }
+}
+
+TRun* TRun::OfThisThread() {
+    return runOfThisThread;
+}
+
+TRun::TThreadScope::TThreadScope(TRun* run) {
+    runOfThisThread = run;
+}
+
+TRun::TThreadScope::~TThreadScope() {
+    runOfThisThread = nullptr;
+}
+
+void TRun::RequestStop() {
+    std::shared_ptr<TBusLink> waitedOn;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        stopping = true;
+        waitedOn = waiting;
+        leadIsFree.notify_all();
+        Wake();
+    }
+    if (waitedOn) {
+        waitedOn->client.WakeAll();
+    }
+}
+
+bool TRun::Lead() {
+    std::unique_lock<std::mutex> lock(mutex);
+    leadIsFree.wait(lock, [this] { return stopping || !led; });
+    if (stopping) {
+        return false;
+    }
+    led = true;
+    return true;
+}
+
+void TRun::Unlead() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    led = false;
+    leadIsFree.notify_one();
+}
+
+void TRun::Wake() {
+    (void)eventfd_write(wake.Get(), 1);
+}
+
+void TRun::ClearWake() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (!stopping) {
+        eventfd_t ignored = 0;
+        (void)eventfd_read(wake.Get(), &ignored);
+    }
+}
+
+void TRun::SetWaiting(std::shared_ptr<TBusLink> link) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    waiting = std::move(link);
+}
+
+} // namespace zelto

@@ -1,0 +1,66 @@
+// What the dispatch threads of one Run share until they are stopped.
+//
+// They take turns as leader: the leader waits for messages and hands them on, the others wait until it has
+// done so. A thread that is still in a callback when its run is stopped, because the callback stopped it,
+// finds its own run stopped even when another one has begun.
+#ifndef ZELTO_IPC_DISPATCH_RUN_H
+#define ZELTO_IPC_DISPATCH_RUN_H
+
+#include "utils/UniqueFd.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+
+namespace zelto {
+
+struct TBusLink;
+
+class TRun {
+public:
+    // Throws std::runtime_error when the process has no descriptor left.
+    TRun();
+
+    // The run that the current thread dispatches for; null on any other thread.
+    static TRun* OfThisThread();
+
+    bool IsStopping() const { return stopping; }
+    // From then on every turn ends at once, and a call that a callback has under way ends without an answer.
+    void RequestStop();
+
+    // Waits for the lead; false when the run is stopped.
+    bool Lead();
+    void Unlead();
+
+    // Readable when the run is stopped or the link has been replaced.
+    int GetWakeFd() const { return wake.Get(); }
+    void Wake();
+    // Takes back a Wake; does nothing once the run is stopped.
+    void ClearWake();
+
+    // Says which link a callback of this run is waiting on, so that RequestStop can wake it; null when it is
+    // back.
+    void SetWaiting(std::shared_ptr<TBusLink> link);
+
+    // Marks the current thread as one of this run for the length of a scope.
+    class TThreadScope {
+    public:
+        explicit TThreadScope(TRun* run);
+        ~TThreadScope();
+        TThreadScope(const TThreadScope&) = delete;
+        TThreadScope& operator=(const TThreadScope&) = delete;
+    };
+
+private:
+    std::atomic<bool> stopping{false};
+    TUniqueFd wake;
+    std::mutex mutex;
+    std::condition_variable leadIsFree;
+    bool led = false;
+    std::shared_ptr<TBusLink> waiting;
+};
+
+} // namespace zelto
+
+#endif

@@ -1,0 +1,139 @@
+#include "ipc/Timeouts.h"
+#include "utils/Log.h"
+#include "zelto/TZeltoIpc.h"
+
+#include <climits>
+#include <mutex>
+
+using namespace zelto;
+
+const std::string TZeltoIpc::ON_APP_CONNECTED_EVENT = "APP_CONNECTED";
+const std::string TZeltoIpc::ON_APP_DISCONNECTED_EVENT = "APP_DISCONNECTED";
+
+namespace {
+
+// Guards the thread vectors of all transport objects while they are filled and emptied, never while a thread
+// is waited for; so two threads may stop one party.
+std::mutex threadsGuard;
+
+void JoinOrLeave(std::thread& thread) {
+    if (!thread.joinable()) {
+        return;
+    }
+    if (thread.get_id() == std::this_thread::get_id()) {
+        // A callback stops its own party: the thread ends when the callback returns.
+        thread.detach();
+        return;
+    }
+    thread.join();
+}
+
+} // namespace
+
+IZeltoIpcEventListener::~IZeltoIpcEventListener() = default;
+IZeltoIpcMethodHandler::~IZeltoIpcMethodHandler() = default;
+
+TZeltoIpc::TZeltoIpc() : running(false), monitor(false), methodTimeoutMs(60000), threadCount(1) {}
+
+TZeltoIpc::~TZeltoIpc() {
+    TZeltoIpc::Stop();
+}
+
+void TZeltoIpc::OnEvent(const std::string& eventName, const std::string& eventData) {
+    qvLogging_log(LOG_LEVEL_DEBUG, "\"'%s' - '%s'\"", eventName.c_str(), eventData.c_str());
+    const TZeltoScopedLock lock(listenerLock);
+    // A listener may remove itself or others: the next one is found by its address, not by an iterator.
+    auto next = listeners.begin();
+    while (next != listeners.end()) {
+        IZeltoIpcEventListener* const listener = *next;
+        listener->OnEvent(eventName, eventData);
+        next = listeners.upper_bound(listener);
+    }
+}
+
+void TZeltoIpc::Init(const std::string& localIdentity) {
+    identity = localIdentity;
+}
+
+void TZeltoIpc::Run() {
+    running = true;
+    const std::lock_guard<std::mutex> lock(threadsGuard);
+    for (int32_t started = 0; started < threadCount; ++started) {
+        threads.emplace_back([this] { MainLoop(); });
+    }
+}
+
+// Every listener gets every event: existing users rely on it and select by themselves.
+void TZeltoIpc::AddEventLstener(const std::string& /*eventName*/, IZeltoIpcEventListener* listener) {
+    const TZeltoScopedLock lock(listenerLock);
+    listeners.insert(listener);
+}
+
+void TZeltoIpc::RemoveEventLstener(IZeltoIpcEventListener* listener) {
+    const TZeltoScopedLock lock(listenerLock);
+    listeners.erase(listener);
+}
+
+void TZeltoIpc::AddMethodHandler(const std::string& method, IZeltoIpcMethodHandler* handler) {
+    const TZeltoScopedLock lock(handlerLock);
+    methodHandlers[method] = handler;
+}
+
+void TZeltoIpc::RemoveMethodHandler(const std::string& method) {
+    const TZeltoScopedLock lock(handlerLock);
+    methodHandlers.erase(method);
+}
+
+int TZeltoIpc::OnMethodCall(const std::string& method, const std::string& request, std::string& result) {
+    const TZeltoScopedLock lock(handlerLock);
+    const auto entry = methodHandlers.find(method);
+    if (entry == methodHandlers.end()) {
+        return -1;
+    }
+    return entry->second->OnMethodCall(method, request, result);
+}
+
+void TZeltoIpc::Stop() {
+    running = false;
+    std::vector<std::thread> stopped;
+    {
+        const std::lock_guard<std::mutex> lock(threadsGuard);
+        stopped.swap(threads);
+    }
+    for (std::thread& thread : stopped) {
+        JoinOrLeave(thread);
+    }
+}
+
+void TZeltoIpc::Configure(const TZeltoIpcSettings& settings) {
+    methodTimeoutMs = SecondsToMilliseconds(settings.methodTimeout);
+    threadCount = settings.threadCount;
+    monitor = settings.monitor;
+}
+
+void TZeltoIpc::GetSettings(TZeltoIpcSettings& settings) const {
+    settings.threadCount = threadCount;
+    settings.methodTimeout = methodTimeoutMs / 1000;
+    settings.monitor = monitor;
+}
+
+int TZeltoIpc::GetEventListenersNumber() const {
+    const TZeltoScopedLock lock(listenerLock);
+    return static_cast<int>(listeners.size());
+}
+
+void TZeltoIpc::GetMethodServerId(const std::string& method, std::string& serverId) const {
+    // Callers preset their own default and rely on it as long as nothing is configured at all.
+    if (serverIds.empty()) {
+        return;
+    }
+    auto entry = serverIds.find(method);
+    if (entry == serverIds.end()) {
+        entry = serverIds.find("*");
+    }
+    serverId = entry == serverIds.end() ? std::string() : entry->second;
+}
+
+void TZeltoIpc::SetMethodServerId(const std::string& method, const std::string& serverId) {
+    serverIds[method] = serverId;
+}

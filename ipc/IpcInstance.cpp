@@ -1,0 +1,10 @@
+#include "zelto/TZeltoDBus.h"
+
+TZeltoIpc* getZeltoIpcInstance() {
+    static TZeltoDBus instance;
+    return &instance;
+}
+
+TZeltoIpc* newZeltoIpcInstance() {
+    return new TZeltoDBus();
+}

@@ -1,0 +1,34 @@
+// Time-outs come from callers in seconds and are counted in milliseconds.
+#ifndef ZELTO_IPC_TIMEOUTS_H
+#define ZELTO_IPC_TIMEOUTS_H
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <limits>
+
+namespace zelto {
+
+using TClock = std::chrono::steady_clock;
+
+// Saturates instead of overflowing.
+inline int32_t SecondsToMilliseconds(int32_t seconds) {
+    const int64_t milliseconds = int64_t{seconds} * 1000;
+    return static_cast<int32_t>(std::clamp<int64_t>(milliseconds, std::numeric_limits<int32_t>::min(),
+                                                    std::numeric_limits<int32_t>::max()));
+}
+
+// A negative time-out counts as 0.
+inline TClock::time_point DeadlineAfter(int32_t milliseconds) {
+    return TClock::now() + std::chrono::milliseconds(std::max<int32_t>(milliseconds, 0));
+}
+
+// What is left until a deadline, for poll(): rounded up, so that the last turn does not spin.
+inline int PollTimeout(TClock::time_point deadline) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - TClock::now()).count();
+    return static_cast<int>(std::clamp<int64_t>(left, 0, std::numeric_limits<int>::max()));
+}
+
+} // namespace zelto
+
+#endif
