@@ -9,6 +9,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <string>
+#include <type_traits>
 
 #include <poll.h>
 #include <sys/socket.h>
@@ -31,10 +32,11 @@ struct TBusAddress {
     socklen_t length = 0;
 };
 
-// Never destroyed: connections may come and go until the process has ended.
+// Never destroyed, and no heap block either: connections may come and go until the process has ended.
 TBusAddress& KnownBusAddress() {
-    static TBusAddress* const known = new TBusAddress();
-    return *known;
+    static_assert(std::is_trivially_destructible_v<TBusAddress>, "nothing of it goes at exit");
+    static TBusAddress known;
+    return known;
 }
 
 bool WaitFor(int fd, short event, TClock::time_point deadline) {
