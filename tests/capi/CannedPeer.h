@@ -1,0 +1,40 @@
+// A peer gateway that answers every remote request with what it was told to, on a loopback address of its own
+// (the port is fixed).
+#ifndef ZELTO_TESTS_CANNED_PEER_H
+#define ZELTO_TESTS_CANNED_PEER_H
+
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace capi {
+
+class TCannedPeer {
+public:
+    TCannedPeer();
+    ~TCannedPeer();
+    TCannedPeer(const TCannedPeer&) = delete;
+    TCannedPeer& operator=(const TCannedPeer&) = delete;
+
+    const std::string& Address() const { return address; }
+    void AnswerWith(const std::string& json, const std::string& blob = "");
+    std::vector<std::string> Requests() const;
+
+private:
+    void Listen();
+    void Serve();
+    void Exchange(int connection);
+
+    std::string address;
+    int listener = -1;
+    int stopPipe[2] = {-1, -1};
+    mutable std::mutex mutex;
+    std::string frame;
+    std::vector<std::string> requests;
+    std::thread thread;
+};
+
+} // namespace capi
+
+#endif
