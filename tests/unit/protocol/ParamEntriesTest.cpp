@@ -1,0 +1,156 @@
+#include "protocol/ParamEntries.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <stdexcept>
+
+using zelto::TJsonHandle;
+
+namespace {
+
+const char* const VALUES =
+    R"({"text": "a", "number": 7, "real": 1.5, "yes": true, "no": false, "null": null, "object": {}, "array": [1]})";
+
+TJsonHandle Parsed(const char* text) {
+    return TJsonHandle(json_loads(text, JSON_DECODE_ANY, nullptr));
+}
+
+std::string Text(const TJsonHandle& value) {
+    char* const text = json_dumps(value.get(), JSON_ENCODE_ANY);
+    const std::string copy = text != nullptr ? text : "";
+    free(text);
+    return copy;
+}
+
+// Runs `body` and gives the message of the runtime error that it throws.
+template <typename TBody>
+std::string ErrorOf(TBody&& body) {
+    try {
+        body();
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+} // namespace
+
+TEST(TextOf, ReadsAString) {
+    EXPECT_EQ(zelto::TextOf(Parsed(VALUES).get(), "text"), "a");
+}
+
+TEST(TextOf, IsEmptyForOtherKindsAndNoObject) {
+    const TJsonHandle object = Parsed(VALUES);
+    for (const char* key : {"number", "real", "yes", "null", "object", "array", "missing"}) {
+        EXPECT_EQ(zelto::TextOf(object.get(), key), "") << key;
+    }
+    EXPECT_EQ(zelto::TextOf(nullptr, "text"), "");
+    EXPECT_EQ(zelto::TextOf(Parsed("[\"text\"]").get(), "text"), "");
+}
+
+TEST(FlagOf, IsTrueForTrueOnly) {
+    const TJsonHandle object = Parsed(VALUES);
+    EXPECT_TRUE(zelto::FlagOf(object.get(), "yes"));
+    for (const char* key : {"no", "text", "number", "real", "null", "object", "array", "missing"}) {
+        EXPECT_FALSE(zelto::FlagOf(object.get(), key)) << key;
+    }
+    EXPECT_FALSE(zelto::FlagOf(nullptr, "yes"));
+}
+
+TEST(IntegerOf, ReadsAnInteger) {
+    EXPECT_EQ(zelto::IntegerOf(Parsed(VALUES).get(), "number"), 7);
+    EXPECT_EQ(zelto::IntegerOf(Parsed("{\"low\": -2147483648}").get(), "low"), INT_MIN);
+}
+
+TEST(IntegerOf, IsZeroForOtherKindsAndNoObject) {
+    const TJsonHandle object = Parsed(VALUES);
+    for (const char* key : {"text", "real", "yes", "null", "object", "array", "missing"}) {
+        EXPECT_EQ(zelto::IntegerOf(object.get(), key), 0) << key;
+    }
+    EXPECT_EQ(zelto::IntegerOf(nullptr, "number"), 0);
+}
+
+TEST(MakeText, MakesAString) {
+    EXPECT_EQ(Text(zelto::MakeText("caf\xC3\xA9", "name")), "\"caf\xC3\xA9\"");
+    EXPECT_EQ(Text(zelto::MakeText("", "name")), "\"\"");
+}
+
+TEST(MakeText, EndsAtANul) {
+    EXPECT_EQ(Text(zelto::MakeText(std::string("a\0b", 3), "name")), "\"a\"");
+}
+
+TEST(MakeText, NamesWhatIsNotUtf8) {
+    EXPECT_THAT(ErrorOf([] { zelto::MakeText("caf\xE9", "Device.X.Name"); }),
+                testing::HasSubstr("Device.X.Name"));
+}
+
+TEST(MakeNameEntry, HoldsTheName) {
+    EXPECT_EQ(Text(zelto::MakeNameEntry("Device.X.A")), R"({"NAME": "Device.X.A"})");
+}
+
+TEST(MakeNameEntry, RefusesANameThatIsNotUtf8) {
+    EXPECT_THROW(zelto::MakeNameEntry("\xFF"), std::runtime_error);
+}
+
+TEST(MakeParamEntry, HoldsTheNameAndThenTheValue) {
+    EXPECT_EQ(Text(zelto::MakeParamEntry("Device.X.A", "1")), R"({"NAME": "Device.X.A", "VALUE": "1"})");
+}
+
+TEST(MakeParamEntry, NamesTheParameterWhoseValueIsNotUtf8) {
+    EXPECT_THAT(ErrorOf([] { zelto::MakeParamEntry("Device.X.A", "\xFF"); }),
+                testing::HasSubstr("Device.X.A"));
+}
+
+TEST(SetText, SetsAKey) {
+    TZeltoJsonObject body;
+    zelto::SetText(body, "ROOT", "Device.", "root");
+    EXPECT_EQ(body.EncodeToString(), R"({"ROOT": "Device."})");
+}
+
+TEST(SetText, LeavesTheBodyWhenTheTextIsNotUtf8) {
+    TZeltoJsonObject body;
+    EXPECT_THAT(ErrorOf([&] { zelto::SetText(body, "ROOT", "\xFF", "the root"); }),
+                testing::HasSubstr("the root"));
+    EXPECT_EQ(body.EncodeToString(), "{}");
+}
+
+TEST(SetFlag, SetsAKey) {
+    TZeltoJsonObject body;
+    zelto::SetFlag(body, "COMMIT", true);
+    zelto::SetFlag(body, "OTHER", false);
+    EXPECT_EQ(body.EncodeToString(), R"({"COMMIT": true, "OTHER": false})");
+}
+
+TEST(ElementCount, CountsAnArrayOnly) {
+    EXPECT_EQ(zelto::ElementCount(Parsed("[1, 2]").get()), 2U);
+    EXPECT_EQ(zelto::ElementCount(Parsed("[]").get()), 0U);
+    EXPECT_EQ(zelto::ElementCount(Parsed("{\"a\": 1}").get()), 0U);
+    EXPECT_EQ(zelto::ElementCount(Parsed("null").get()), 0U);
+    EXPECT_EQ(zelto::ElementCount(nullptr), 0U);
+}
+
+TEST(ElementAt, BorrowsAnElement) {
+    const TJsonHandle array = Parsed("[1, 2]");
+    EXPECT_EQ(json_integer_value(zelto::ElementAt(array.get(), 1)), 2);
+    EXPECT_EQ(zelto::ElementAt(array.get(), 1)->refcount, 1U);
+}
+
+TEST(ElementAt, IsNullPastTheEndAndForOtherKinds) {
+    EXPECT_EQ(zelto::ElementAt(Parsed("[1]").get(), 1), nullptr);
+    EXPECT_EQ(zelto::ElementAt(Parsed("{}").get(), 0), nullptr);
+    EXPECT_EQ(zelto::ElementAt(nullptr, 0), nullptr);
+}
+
+TEST(ValueOf, BorrowsAValueOfAnyKind) {
+    TZeltoJsonObject body;
+    ASSERT_TRUE(body.DecodeFromString(VALUES));
+    EXPECT_STREQ(json_string_value(zelto::ValueOf(body, "text")), "a");
+    EXPECT_TRUE(json_is_array(zelto::ValueOf(body, "array")));
+    EXPECT_EQ(zelto::ValueOf(body, "array")->refcount, 1U);
+}
+
+TEST(ValueOf, IsNullWhenMissing) {
+    EXPECT_EQ(zelto::ValueOf(TZeltoJsonObject(), "text"), nullptr);
+}
