@@ -155,8 +155,6 @@ void ReplaceTables(const std::vector<TModel>& models) {
 
 } // namespace
 
-// All tables are initialised in this file, in this order, so the array is complete before the names are made
-// of it.
 tZeltoNameIndexPairs DataModelNameIndexPairs[ZELTO_INDEX_MAP_MODELS] = {
     IdentityRecord("Device.WiFi.Radio.", 2),
     IdentityRecord("Device.WiFi.SSID.", 16),
@@ -164,9 +162,11 @@ tZeltoNameIndexPairs DataModelNameIndexPairs[ZELTO_INDEX_MAP_MODELS] = {
     PairedRecord("Device.Ethernet.Interface.", {{1, 5}, {2, 1}, {3, 2}, {4, 3}, {5, 4}}),
 };
 int32_t zeltoNameIndexPairsSize = ZELTO_INDEX_MAP_MODELS;
-std::vector<std::string> rootVector = BuiltInTables().roots;
-TInstanceNames DataModelRequestIndexMap = BuiltInTables().request;
-TInstanceNames DataModelResponseIndexMap = BuiltInTables().response;
+
+// Made before and so destroyed after the transport object, whose threads translate names until it stops.
+__attribute__((init_priority(1000))) std::vector<std::string> rootVector = BuiltInTables().roots;
+__attribute__((init_priority(1000))) TInstanceNames DataModelRequestIndexMap = BuiltInTables().request;
+__attribute__((init_priority(1000))) TInstanceNames DataModelResponseIndexMap = BuiltInTables().response;
 
 namespace zelto {
 

@@ -85,7 +85,22 @@ std::vector<std::pair<int, int>> Pairs(const tZeltoNameIndexPairs& record) {
     return pairs;
 }
 
+// Counts the names before any ordinary static object is made, in whatever order the files were linked.
+struct TEarlyLook {
+    std::size_t roots = rootVector.size();
+    std::size_t requestNames = DataModelRequestIndexMap.size();
+    std::size_t responseNames = DataModelResponseIndexMap.size();
+};
+
+__attribute__((init_priority(2000))) const TEarlyLook EARLY_LOOK;
+
 } // namespace
+
+TEST(BuiltInIndexMaps, AreMadeBeforeOtherStaticObjectsAndSoOutliveThem) {
+    EXPECT_EQ(EARLY_LOOK.roots, 4U);
+    EXPECT_EQ(EARLY_LOOK.requestNames, 39U);
+    EXPECT_EQ(EARLY_LOOK.responseNames, 39U);
+}
 
 TEST(IndexMapLayout, IsThatOfTheBinaryInterface) {
     EXPECT_EQ(sizeof(tZeltoNameIndexPairs), 2300U);
