@@ -349,6 +349,8 @@ IZeltoIpcMethodHandler* PlatformMethodHandler() {
 } // namespace zelto
 
 int zeltoPlatformMethodsHandler(const char* method, const char* input, char** output) {
+    method = method != nullptr ? method : "";
+    input = input != nullptr ? input : "";
     qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Method - %s requested, input - %s\"", method, input);
     const zelto::TMethodRow* const row = zelto::FindMethod(method);
     if (row == nullptr) {

@@ -19,7 +19,8 @@ struct TZeltoPlatLibObject {
 };
 
 // All operations return 0 on success and -1 on failure; a failing handler's own code is only logged. Outputs
-// are written on success only. A name that begins with "@" is not translated between the numberings.
+// are written on success only. A name that begins with "@" is not translated between the numberings. An
+// exception of a handler passes on to the caller.
 
 // Reads one parameter. `fromWildcard`: the name is in platform numbering already.
 ZELTO_API int zeltoPlatLibGetParam(const std::string& name, std::string& value, bool fromWildcard);
@@ -28,12 +29,14 @@ ZELTO_API int zeltoPlatLibGetParam(const std::string& name, std::string& value, 
 ZELTO_API int zeltoPlatLibSetParam(const std::string& name, const std::string& value, bool commit,
                                    bool fromWildcard);
 
-// Reads the named parameters of an object. Appends (name, value) pairs to `result`, in the order of `names`.
-// `root` must not be null.
+// Reads the named parameters of an object. Appends (name, value) pairs to `result`, in the order of `names`
+// and in the application's numbering: the names as they were given, those in platform numbering translated
+// back. `root` must not be null.
 ZELTO_API int zeltoPlatLibGetObject(const char* root, const std::vector<TZeltoPlatLibObject>& names,
                                     std::vector<std::pair<std::string, std::string>>& result);
 
-// Writes parameters of an object and sends a change event for each element whose entry asks for it.
+// Writes parameters of an object and sends a change event for each element whose entry asks for it. The
+// handler's record has no field for `commit`. `root` must not be null.
 ZELTO_API int zeltoPlatLibSetObject(const char* root, const std::vector<TZeltoPlatLibObject>& params,
                                     bool commit);
 
@@ -47,8 +50,9 @@ ZELTO_API int zeltoPlatLibDelObjectInstance(const char* obj);
 // numbers (also for a count of 0) that the caller releases with free().
 ZELTO_API int zeltoPlatLibGetObjectIds(const char* obj, int* count, int** ids);
 
-// Finds the handler for `type` under the function-table key `paramName`, or else under "*". Returns whether
-// `descr` was filled; it is untouched otherwise. Null arguments give false.
+// Finds the handler for `type` under the function-table key `paramName`, or else under "*". Whether there is
+// an entry "*" is found out once, on the first lookup that needs it. Returns whether `descr` was filled; it
+// is untouched otherwise. Null arguments give false.
 ZELTO_API bool zeltoGetPlatformRequestDescr(tZeltoPltRequestType type, const char* paramName,
                                             tZeltoPlatformRequestDescr* descr);
 
@@ -57,7 +61,7 @@ ZELTO_API int compareParamName(const char* lhs, const char* rhs);
 
 // Answers one request of the protocol as a call from the bus would be answered: returns 0 or -1. `*output` is
 // set only when there is an answer text; the caller releases it with zeltoPlatformDealloc. May be called from
-// any thread.
+// any thread. A null input reads as empty. An exception of a handler passes on to the caller.
 ZELTO_API int zeltoPlatformMethodsHandler(const char* method, const char* input, char** output);
 
 // Releases an answer text of zeltoPlatformMethodsHandler. Null is allowed.
