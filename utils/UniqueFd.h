@@ -2,6 +2,7 @@
 #ifndef ZELTO_UTILS_UNIQUE_FD_H
 #define ZELTO_UTILS_UNIQUE_FD_H
 
+#include <cerrno>
 #include <utility>
 
 #include <unistd.h>
@@ -26,7 +27,9 @@ public:
 
     void Reset(int ownedFd = -1) {
         if (fd >= 0) {
+            const int error = errno; // cleaning up does not hide why the work failed
             ::close(fd);
+            errno = error;
         }
         fd = ownedFd;
     }

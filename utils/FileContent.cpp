@@ -1,0 +1,118 @@
+// Reading, writing and copying the bytes of files.
+
+#include "utils/UniqueFd.h"
+#include "zelto/ZeltoFileUtils.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <new>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace ZeltoFileUtils {
+
+namespace {
+
+using zelto::TUniqueFd;
+using TChunk = std::array<char, 8192>;
+
+// Executable, because programs install scripts with these functions and depend on it.
+constexpr mode_t NEW_FILE_MODE = 0755;
+
+// Descriptors do not leak into programs that another thread starts meanwhile.
+TUniqueFd OpenForReading(const std::string& path) {
+    return TUniqueFd(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+}
+
+TUniqueFd OpenForWriting(const std::string& path, int flags) {
+    return TUniqueFd(::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | flags, NEW_FILE_MODE));
+}
+
+// As read(), not interrupted by signals.
+ssize_t ReadChunk(const TUniqueFd& file, TChunk& chunk) {
+    ssize_t count = 0;
+    do {
+        count = ::read(file.Get(), chunk.data(), chunk.size());
+    } while (count < 0 && errno == EINTR);
+    return count;
+}
+
+// Writes everything, over partial writes and signals.
+bool WriteAll(const TUniqueFd& file, const char* data, std::size_t size) {
+    while (size > 0) {
+        const ssize_t written = ::write(file.Get(), data, size);
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        if (written > 0) {
+            data += written;
+            size -= static_cast<std::size_t>(written);
+        }
+    }
+    return true;
+}
+
+bool ReadToEnd(const TUniqueFd& file, std::string& content) {
+    TChunk chunk;
+    ssize_t count = ReadChunk(file, chunk);
+    while (count > 0) {
+        content.append(chunk.data(), static_cast<std::size_t>(count));
+        count = ReadChunk(file, chunk);
+    }
+    return count == 0;
+}
+
+} // namespace
+
+bool ReadFile(const std::string& path, std::string& content) {
+    const TUniqueFd file = OpenForReading(path);
+    if (!file) {
+        return false;
+    }
+    try {
+        content.clear();
+        content.reserve(static_cast<std::size_t>(GetSize(path)));
+        return ReadToEnd(file, content);
+    } catch (const std::bad_alloc&) {
+        return false;
+    } catch (const std::length_error&) {
+        return false;
+    }
+}
+
+bool WriteFile(const std::string& path, const std::string& content, bool sync) {
+    const TUniqueFd file = OpenForWriting(path, sync ? O_SYNC : 0);
+    return file && WriteAll(file, content.data(), content.size());
+}
+
+// The 32-bit interface is the reference: only the low 32 bits of the length are handed on, as the signed
+// number that a 32-bit truncate() takes.
+bool ResizeFile(const std::string& path, unsigned long long length) {
+    return ::truncate(path.c_str(), static_cast<std::int32_t>(length)) == 0;
+}
+
+bool CopyFile(const std::string& from, const std::string& to) {
+    const std::string target = IsDirectory(to) ? AppendFilePath(to, GetBaseName(from)) : to;
+    const TUniqueFd source = OpenForReading(from);
+    if (!source) {
+        return false;
+    }
+    const TUniqueFd copy = OpenForWriting(target, 0);
+    if (!copy) {
+        return false;
+    }
+    TChunk chunk;
+    ssize_t count = ReadChunk(source, chunk);
+    while (count > 0) {
+        if (!WriteAll(copy, chunk.data(), static_cast<std::size_t>(count))) {
+            return false;
+        }
+        count = ReadChunk(source, chunk);
+    }
+    return count == 0;
+}
+
+} // namespace ZeltoFileUtils
