@@ -89,15 +89,18 @@ bool IsFromBus(DBusMessage* message) {
 } // namespace
 
 void TZeltoDBus::MainLoop() {
-    const TPrivate::TRunRef run = own->GetRun();
+    const std::shared_ptr<TPrivate> keep = own->self;
+    const TPrivate::TRunRef run = keep->GetRun();
     if (!run) {
         return;
     }
     const TRun::TThreadScope threadScope(run.get());
+    keep->EnterLoop();
     while (running && run->Lead()) {
-        Contain([&] { own->DispatchTurn(*run); });
+        Contain([&] { keep->DispatchTurn(*run); });
         run->Unlead();
     }
+    keep->LeaveLoop();
 }
 
 void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {

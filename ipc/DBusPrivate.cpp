@@ -207,7 +207,11 @@ bool TZeltoDBus::TPrivate::TryReconnect() {
 
 void TZeltoDBus::TPrivate::Close() {
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        std::unique_lock<std::mutex> lock(mutex);
+        const TRun* const here = TRun::OfThisThread();
+        if (here == nullptr || !here->IsOf(this)) {
+            loopEnded.wait(lock, [this] { return loops == 0; });
+        }
         party = nullptr;
         link = nullptr;
     }
@@ -215,10 +219,21 @@ void TZeltoDBus::TPrivate::Close() {
     self = nullptr;
 }
 
+void TZeltoDBus::TPrivate::EnterLoop() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    ++loops;
+}
+
+void TZeltoDBus::TPrivate::LeaveLoop() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    --loops;
+    loopEnded.notify_all();
+}
+
 TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::BeginRun() {
     const std::lock_guard<std::mutex> lock(mutex);
     if (!run) {
-        run = std::make_shared<TRun>();
+        run = std::make_shared<TRun>(this);
     }
     return run;
 }

@@ -7,6 +7,7 @@
 #include "ipc/DispatchRun.h"
 #include "zelto/TZeltoDBus.h"
 
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -46,8 +47,13 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     void RenewLink(bool asMonitor);
     // The link is dead: gives it up, if it still is the party's, and starts to get another one.
     void LoseLink(const TLinkRef& dead);
-    // The party is being destroyed.
+    // The party is being destroyed. Waits for a dispatch thread that stopped its own party in a callback and
+    // has not come back from it, unless this is that thread.
     void Close();
+
+    // A dispatch thread begins and ends its loop.
+    void EnterLoop();
+    void LeaveLoop();
 
     // The run that is under way; a new one when there is none.
     TRunRef BeginRun();
@@ -88,6 +94,8 @@ private:
     zelto::TLinkPlan plan;
     bool isLost = false; // there was a link and the bus has taken it away
     zelto::TReconnector reconnector;
+    int loops = 0; // dispatch threads in their loop
+    std::condition_variable loopEnded;
 };
 
 #endif

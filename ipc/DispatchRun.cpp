@@ -15,7 +15,7 @@ thread_local TRun* runOfThisThread = nullptr;
 
 } // namespace
 
-TRun::TRun() : wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+TRun::TRun(const void* runOwner) : owner(runOwner), wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!wake) {
         throw std::runtime_error("eventfd failed");
     }

@@ -19,12 +19,14 @@ struct TBusLink;
 
 class TRun {
 public:
-    // Throws std::runtime_error when the process has no descriptor left.
-    TRun();
+    // `runOwner` only tells runs of different parties apart. Throws std::runtime_error when the process has
+    // no descriptor left.
+    explicit TRun(const void* runOwner);
 
     // The run that the current thread dispatches for; null on any other thread.
     static TRun* OfThisThread();
 
+    bool IsOf(const void* party) const { return owner == party; }
     bool IsStopping() const { return stopping; }
     // From then on every turn ends at once, and a call that a callback has under way ends without an answer.
     void RequestStop();
@@ -53,6 +55,7 @@ public:
     };
 
 private:
+    const void* const owner;
     std::atomic<bool> stopping{false};
     TUniqueFd wake;
     std::mutex mutex;
