@@ -6,12 +6,18 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <stdexcept>
 #include <utility>
+
+#include <sys/stat.h>
 
 namespace scripted {
 
 namespace {
 
+// Handlers run on dispatch threads when requests come from a bus.
+std::mutex lock;
 std::array<TParamScript, ZELTO_PLT_REQUEST_TYPES> paramScripts;
 std::array<TObjectScript, ZELTO_PLT_REQUEST_TYPES> objectScripts;
 std::vector<TCall> calls;
@@ -51,15 +57,25 @@ TCall CopyObjectCall(tZeltoPltRequestType type, const tZeltoPlatformObjectReques
 template <int Type>
 int32_t HandleParam(void* record) {
     auto& request = *static_cast<tZeltoPlatformRequest*>(record);
-    calls.push_back(CopyCall(static_cast<tZeltoPltRequestType>(Type), request));
-    return paramScripts[Type] ? paramScripts[Type](request) : PLT_SUCCESS;
+    TParamScript script;
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        calls.push_back(CopyCall(static_cast<tZeltoPltRequestType>(Type), request));
+        script = paramScripts[Type];
+    }
+    return script ? script(request) : PLT_SUCCESS;
 }
 
 template <int Type>
 int32_t HandleObject(void* record) {
     auto& request = *static_cast<tZeltoPlatformObjectRequest*>(record);
-    calls.push_back(CopyObjectCall(static_cast<tZeltoPltRequestType>(Type), request));
-    return objectScripts[Type] ? objectScripts[Type](request) : PLT_SUCCESS;
+    TObjectScript script;
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        calls.push_back(CopyObjectCall(static_cast<tZeltoPltRequestType>(Type), request));
+        script = objectScripts[Type];
+    }
+    return script ? script(request) : PLT_SUCCESS;
 }
 
 constexpr tZeltoPltHandler HANDLERS[ZELTO_PLT_REQUEST_TYPES] = {
@@ -70,20 +86,24 @@ constexpr tZeltoPltHandler HANDLERS[ZELTO_PLT_REQUEST_TYPES] = {
 } // namespace
 
 void Script(tZeltoPltRequestType type, TParamScript script) {
+    const std::lock_guard<std::mutex> guard(lock);
     paramScripts[type] = std::move(script);
 }
 
 void ScriptObject(tZeltoPltRequestType type, TObjectScript script) {
+    const std::lock_guard<std::mutex> guard(lock);
     objectScripts[type] = std::move(script);
 }
 
 void Reset() {
+    const std::lock_guard<std::mutex> guard(lock);
     paramScripts.fill(nullptr);
     objectScripts.fill(nullptr);
     calls.clear();
 }
 
 const std::vector<TCall>& Calls() {
+    const std::lock_guard<std::mutex> guard(lock);
     return calls;
 }
 
@@ -110,6 +130,18 @@ tZeltoPltFunctionTable FullEntry(const char* name, bool paramChangeEvent) {
                   PLT_REQUEST_SET_OBJECT, PLT_REQUEST_ADD_OBJECT, PLT_REQUEST_DELETE_OBJECT,
                   PLT_REQUEST_GET_OBJECT_IDS},
                  paramChangeEvent);
+}
+
+THelperScript::THelperScript(const std::string& body) : searchPath(std::getenv("PATH")) {
+    const std::string file = directory.Write("zelto_manager_helper.sh", "#!/bin/sh\n" + body + "\n");
+    if (::chmod(file.c_str(), S_IRWXU) != 0 ||
+        ::setenv("PATH", (directory.Path() + ":" + searchPath).c_str(), 1) != 0) {
+        throw std::runtime_error("cannot make the helper script");
+    }
+}
+
+THelperScript::~THelperScript() {
+    (void)::setenv("PATH", searchPath.c_str(), 1); // fails only without memory
 }
 
 void Install(const std::vector<tZeltoPltFunctionTable>& entries, const char* indexMapPath) {

@@ -2,6 +2,7 @@
 #ifndef ZELTO_TESTS_SCRIPTED_PLATFORM_H
 #define ZELTO_TESTS_SCRIPTED_PLATFORM_H
 
+#include "support/TempDir.h"
 #include "zelto/ZeltoPlatformLib.h"
 
 #include <functional>
@@ -34,12 +35,13 @@ struct TCall {
 using TParamScript = std::function<int32_t(tZeltoPlatformRequest&)>;
 using TObjectScript = std::function<int32_t(tZeltoPlatformObjectRequest&)>;
 
-// What the handlers of a type do; PLT_SUCCESS and nothing else by default. Handlers run one at a time here.
+// What the handlers of a type do; PLT_SUCCESS and nothing else by default.
 void Script(tZeltoPltRequestType type, TParamScript script);
 void ScriptObject(tZeltoPltRequestType type, TObjectScript script);
 // Back to the default, all calls forgotten.
 void Reset();
 
+// Valid until the next call of a handler.
 const std::vector<TCall>& Calls();
 
 // An entry whose scripted handlers serve the given types. The texts must outlive the program.
@@ -49,6 +51,21 @@ tZeltoPltFunctionTable Entry(const char* name, std::initializer_list<tZeltoPltRe
 tZeltoPltFunctionTable FullEntry(const char* name, bool paramChangeEvent = false);
 
 tZeltoPltHandler HandlerOf(tZeltoPltRequestType type);
+
+// Puts a script where start-up finds it and runs it, for the life of the object.
+class THelperScript {
+public:
+    explicit THelperScript(const std::string& body);
+    ~THelperScript();
+    THelperScript(const THelperScript&) = delete;
+    THelperScript& operator=(const THelperScript&) = delete;
+
+    const support::TTempDir& Directory() const { return directory; }
+
+private:
+    support::TTempDir directory;
+    std::string searchPath;
+};
 
 // Hands the entries to the library and clears the log of what it says about it.
 void Install(const std::vector<tZeltoPltFunctionTable>& entries, const char* indexMapPath = nullptr);
