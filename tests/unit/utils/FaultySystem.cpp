@@ -52,6 +52,9 @@ TFaultySystem::~TFaultySystem() {
 
 } // namespace zelto_test
 
+// The library finds these only when the program exports them.
+#pragma GCC visibility push(default)
+
 extern "C" {
 
 ssize_t read(int fd, void* data, size_t size) {
@@ -130,3 +133,5 @@ void operator delete(void* memory) noexcept {
 void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
+
+#pragma GCC visibility pop

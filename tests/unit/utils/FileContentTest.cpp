@@ -8,15 +8,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// All byte values, and no multiple of the size of a chunk.
-std::string SomeBytes(std::size_t size) {
-    std::string bytes(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) {
-        bytes[i] = static_cast<char>(i * 31 + i / 256);
-    }
-    return bytes;
-}
-
 const std::size_t SIZES[] = {0, 1, 8191, 8192, 8193, 16384, 100003};
 
 // Makes a file of 3 GiB that takes no space.

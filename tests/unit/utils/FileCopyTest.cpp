@@ -14,10 +14,7 @@ class CopyFileTest : public TFileTest {};
 
 TEST_F(CopyFileTest, CopiesAllBytes) {
     for (const std::size_t size : {0U, 1U, 8191U, 8192U, 8193U, 100003U}) {
-        std::string bytes(size, '\0');
-        for (std::size_t i = 0; i < size; ++i) {
-            bytes[i] = static_cast<char>(i * 7 + i / 256);
-        }
+        const std::string bytes = SomeBytes(size);
         PutFile(At("from"), bytes);
         EXPECT_TRUE(CopyFile(At("from"), At("to")));
         EXPECT_EQ(FileText(At("to")), bytes) << size;

@@ -14,7 +14,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::size_t CHUNK = 8192;
-const std::string TEXT(3 * CHUNK + 5, 't');
+const std::string TEXT = SomeBytes(3 * CHUNK + 5);
 
 class FileFaultsTest : public TFileTest {
 protected:
@@ -27,7 +27,7 @@ TEST_F(FileFaultsTest, ReadFileRetriesInterruptedReads) {
     TFaultySystem system;
     system.reads = {-EINTR, -EINTR, 0, -EINTR, 0, 0, 0, -EINTR};
     EXPECT_TRUE(ReadFile(At("file"), content));
-    EXPECT_EQ(content, TEXT);
+    EXPECT_TRUE(content == TEXT);
     EXPECT_TRUE(system.reads.empty());
 }
 
@@ -35,7 +35,7 @@ TEST_F(FileFaultsTest, ReadFileContinuesAfterShortReads) {
     TFaultySystem system;
     system.reads = {1, 100, 8191, 7};
     EXPECT_TRUE(ReadFile(At("file"), content));
-    EXPECT_EQ(content, TEXT);
+    EXPECT_TRUE(content == TEXT);
 }
 
 TEST_F(FileFaultsTest, ReadFileKeepsTheBytesReadBeforeAFailure) {
@@ -43,7 +43,7 @@ TEST_F(FileFaultsTest, ReadFileKeepsTheBytesReadBeforeAFailure) {
     system.reads = {0, 10, -EIO};
     EXPECT_FALSE(ReadFile(At("file"), content));
     EXPECT_EQ(errno, EIO);
-    EXPECT_EQ(content, TEXT.substr(0, CHUNK + 10));
+    EXPECT_TRUE(content == TEXT.substr(0, CHUNK + 10));
 }
 
 TEST_F(FileFaultsTest, ReadFileReadsInChunks) {
@@ -70,7 +70,7 @@ TEST_F(FileFaultsTest, ReadFileCatchesMemoryExhaustionWhileAppending) {
     system.allocationLimit = 0;
     ::close(fifo);
     EXPECT_FALSE(result);
-    EXPECT_EQ(content, TEXT.substr(0, CHUNK));
+    EXPECT_TRUE(content == TEXT.substr(0, CHUNK));
 }
 
 TEST_F(FileFaultsTest, ReadFileSucceedsWhateverCloseSays) {
@@ -93,7 +93,7 @@ TEST_F(FileFaultsTest, WriteFileRetriesInterruptedAndShortWrites) {
     system.writes = {-EINTR, 1, -EINTR, 8191, 100, -EINTR};
     EXPECT_TRUE(WriteFile(At("new"), TEXT, false));
     EXPECT_TRUE(system.writes.empty());
-    EXPECT_EQ(FileText(At("new")), TEXT);
+    EXPECT_TRUE(FileText(At("new")) == TEXT);
 }
 
 TEST_F(FileFaultsTest, WriteFileFailsWithAnyOtherError) {
@@ -102,7 +102,7 @@ TEST_F(FileFaultsTest, WriteFileFailsWithAnyOtherError) {
     system.closes = {-EIO};
     EXPECT_FALSE(WriteFile(At("new"), TEXT, false));
     EXPECT_EQ(errno, ENOSPC);
-    EXPECT_EQ(FileText(At("new")), TEXT.substr(0, 10));
+    EXPECT_TRUE(FileText(At("new")) == TEXT.substr(0, 10));
 }
 
 TEST_F(FileFaultsTest, WriteFileAsksForSynchronousWritesOnDemand) {
@@ -128,7 +128,7 @@ TEST_F(FileFaultsTest, CopyFileRetriesInterruptedAndShortCalls) {
     EXPECT_TRUE(CopyFile(At("file"), At("copy")));
     EXPECT_TRUE(system.reads.empty());
     EXPECT_TRUE(system.writes.empty());
-    EXPECT_EQ(FileText(At("copy")), TEXT);
+    EXPECT_TRUE(FileText(At("copy")) == TEXT);
 }
 
 TEST_F(FileFaultsTest, CopyFileCopiesInChunks) {
@@ -144,7 +144,7 @@ TEST_F(FileFaultsTest, CopyFileFailsWhenReadingFails) {
     system.closes = {-EBADF, -EBADF};
     EXPECT_FALSE(CopyFile(At("file"), At("copy")));
     EXPECT_EQ(errno, EIO);
-    EXPECT_EQ(FileText(At("copy")), TEXT.substr(0, CHUNK));
+    EXPECT_TRUE(FileText(At("copy")) == TEXT.substr(0, CHUNK));
 }
 
 TEST_F(FileFaultsTest, CopyFileFailsWhenWritingFails) {
@@ -153,7 +153,7 @@ TEST_F(FileFaultsTest, CopyFileFailsWhenWritingFails) {
     system.closes = {-EBADF, -EBADF};
     EXPECT_FALSE(CopyFile(At("file"), At("copy")));
     EXPECT_EQ(errno, ENOSPC);
-    EXPECT_EQ(FileText(At("copy")), TEXT.substr(0, CHUNK + 3));
+    EXPECT_TRUE(FileText(At("copy")) == TEXT.substr(0, CHUNK + 3));
 }
 
 TEST_F(FileFaultsTest, CreateTemporaryDirectoryRemovesWhatItCannotGiveItsMode) {

@@ -35,6 +35,15 @@ inline std::string FileText(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
+// A content in which no two stretches are alike.
+inline std::string SomeBytes(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<char>(i * 31 + i / 256);
+    }
+    return bytes;
+}
+
 inline unsigned ModeOf(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : ~0U;
