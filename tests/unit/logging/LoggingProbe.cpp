@@ -29,6 +29,22 @@ int LogText(const char* level, const char* text) {
     return EXIT_SUCCESS;
 }
 
+int LogEveryLevel() {
+    for (int level = -1; level <= 8; ++level) {
+        qvLogging_log(level, "\"%d\"", level);
+    }
+    return EXIT_SUCCESS;
+}
+
+// Around the size of the library's own buffer, ending in a plain character and in one that is escaped.
+int LogLengths() {
+    for (size_t length = 900; length <= 1100; ++length) {
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "%s", std::string(length, 'y').c_str());
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "%s\n", std::string(length, 'y').c_str());
+    }
+    return EXIT_SUCCESS;
+}
+
 int LogLong() {
     qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"%s\"", std::string(100000, 'x').c_str());
     return EXIT_SUCCESS;
@@ -101,6 +117,7 @@ int main(int argc, char** argv) {
         return LogText(argv[1], argv[2]);
     }
     static const std::map<std::string, std::function<int()>> CASES{
+        {"levels", LogEveryLevel},   {"lengths", LogLengths},
         {"long", LogLong},           {"long-without-memory", LogLongWithoutMemory},
         {"errno", LogErrno},         {"closed-stderr", LogThroughClosedStderr},
         {"threads", LogFromThreads}, {"unprintable", LogUnprintable},

@@ -1,0 +1,2 @@
+// Only carries the precompiled headers of the tests.
+int main() { return 0; }
