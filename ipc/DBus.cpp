@@ -120,6 +120,7 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
         return;
     }
     RequireIdentity(localIdentity);
+    own->RequireOwnProcess();
     const std::string formerIdentity = identity;
     TZeltoIpc::Init(localIdentity);
     const bool wasRunning = running;
@@ -142,6 +143,7 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
 }
 
 void TZeltoDBus::Run() {
+    own->RequireOwnProcess();
     const auto link = own->GetLink();
     const bool isMonitor = link && link->isMonitor;
     if (isMonitor || (link && monitor && running)) {

@@ -35,6 +35,12 @@ bool TZeltoDBus::TPrivate::IsOwnProcess() const {
     return getpid() == process;
 }
 
+void TZeltoDBus::TPrivate::RequireOwnProcess() const {
+    if (!IsOwnProcess()) {
+        Fail("the bus connection belongs to the parent process");
+    }
+}
+
 TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::GetLink() {
     const std::lock_guard<std::mutex> lock(mutex);
     return link;
@@ -51,9 +57,7 @@ TLinkPlan TZeltoDBus::TPrivate::GetPlan() {
 }
 
 TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::RequireLink(const char* failure) {
-    if (!IsOwnProcess()) {
-        Fail("the bus connection belongs to the parent process");
-    }
+    RequireOwnProcess();
     TLinkRef current = GetLink();
     if (current && current->client.IsLost()) {
         LoseLink(current);
@@ -70,7 +74,11 @@ TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::RequireLink(const char* fai
         }
     }
     party->Connect();
-    return GetLink();
+    current = GetLink();
+    if (!current) {
+        Fail(failure);
+    }
+    return current;
 }
 
 void TZeltoDBus::TPrivate::ShowLink() {

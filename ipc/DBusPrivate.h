@@ -29,6 +29,7 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
 
     // A child that was forked off shares the parent's sockets: it must neither send nor wait for threads.
     bool IsOwnProcess() const;
+    void RequireOwnProcess() const;
 
     TLinkRef GetLink();
     TNamesRef GetNames();
