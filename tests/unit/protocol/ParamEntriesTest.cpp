@@ -1,5 +1,7 @@
 #include "protocol/ParamEntries.h"
 
+#include "protocol/RequestNames.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -153,4 +155,51 @@ TEST(ValueOf, BorrowsAValueOfAnyKind) {
 
 TEST(ValueOf, IsNullWhenMissing) {
     EXPECT_EQ(zelto::ValueOf(TZeltoJsonObject(), "text"), nullptr);
+}
+
+TEST(IntegerOf, CutsTo32Bits) {
+    EXPECT_EQ(zelto::IntegerOf(Parsed(R"({"large": 4294967299})").get(), "large"), 3);
+}
+
+TEST(IntegerValue, IsZeroForOtherKindsAndNull) {
+    EXPECT_EQ(zelto::IntegerValue(Parsed("7").get()), 7);
+    EXPECT_EQ(zelto::IntegerValue(Parsed("\"7\"").get()), 0);
+    EXPECT_EQ(zelto::IntegerValue(nullptr), 0);
+}
+
+TEST(MakeText, RefusesEveryFormThatIsNotUtf8) {
+    for (const char* bad : {"\xff", "a\xc3", "\xed\xa0\x80", "\xc0\x80", "\xf5\x80\x80\x80", "\x80"}) {
+        EXPECT_EQ(ErrorOf([&] { zelto::MakeText(bad, "Device.A"); }),
+                  "Device.A: the text is not valid UTF-8");
+    }
+}
+
+TEST(MakeNameEntry, SaysThatTheNameIsNotUtf8) {
+    EXPECT_EQ(ErrorOf([] { zelto::MakeNameEntry("\xff"); }), "parameter name: the text is not valid UTF-8");
+}
+
+TEST(AppendEntry, CreatesTheArrayForTheFirstEntry) {
+    TJsonHandle array;
+    zelto::AppendEntry(array, zelto::MakeNameEntry("A"));
+    zelto::AppendEntry(array, zelto::MakeNameEntry("B"));
+    EXPECT_EQ(Text(array), R"([{"NAME": "A"}, {"NAME": "B"}])");
+}
+
+TEST(TextIn, ReadsAStringAndIsEmptyForOtherKinds) {
+    TZeltoJsonObject body;
+    ASSERT_TRUE(body.DecodeFromString(VALUES));
+    EXPECT_EQ(zelto::TextIn(body, "text"), "a");
+    for (const char* key : {"number", "null", "object", "array", "missing"}) {
+        EXPECT_EQ(zelto::TextIn(body, key), "") << key;
+    }
+}
+
+TEST(RequestNames, AreTheTwelveMethodsInOrder) {
+    using testing::StrEq;
+    EXPECT_THAT(zelto::METHOD_NAMES,
+                testing::ElementsAre(StrEq("GET_PARAM"), StrEq("SET_PARAM"), StrEq("GET_LONG_PARAM"),
+                                     StrEq("SET_LONG_PARAM"), StrEq("GET_PARAM_ARRAY"),
+                                     StrEq("SET_PARAM_ARRAY"), StrEq("GET_OBJECT"), StrEq("SET_OBJECT"),
+                                     StrEq("ADD_OBJECT_INSTANCE"), StrEq("DELETE_OBJECT_INSTANCE"),
+                                     StrEq("GET_OBJECT_INSTANCES"), StrEq("GET_INDEX_MAP")));
 }
