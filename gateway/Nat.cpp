@@ -88,7 +88,11 @@ int32_t Check(const TIndices& indices, const std::string& value) {
 
 template <std::string TPortMapping::*Member, std::string (*Form)(const std::string&)>
 int32_t Write(const TIndices& indices, const std::string& value) {
-    FindMapping(indices)->*Member = Form(value);
+    TPortMapping* mapping = FindMapping(indices);
+    if (mapping == nullptr) {
+        return PLT_NOT_FOUND;
+    }
+    mapping->*Member = Form(value);
     return PLT_SUCCESS;
 }
 

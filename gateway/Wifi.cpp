@@ -40,7 +40,11 @@ int32_t CheckName(const TIndices& indices, const std::string& value) {
 }
 
 int32_t WriteName(const TIndices& indices, const std::string& value) {
-    FindSsid(indices)->name = value;
+    TSsid* ssid = FindSsid(indices);
+    if (ssid == nullptr) {
+        return PLT_NOT_FOUND;
+    }
+    ssid->name = value;
     return PLT_SUCCESS;
 }
 
@@ -62,7 +66,11 @@ int32_t CheckEnable(const TIndices& indices, const std::string& value) {
 }
 
 int32_t WriteEnable(const TIndices& indices, const std::string& value) {
-    ParseBoolean(value, FindSsid(indices)->enable);
+    TSsid* ssid = FindSsid(indices);
+    if (ssid == nullptr) {
+        return PLT_NOT_FOUND;
+    }
+    ParseBoolean(value, ssid->enable);
     return PLT_SUCCESS;
 }
 
