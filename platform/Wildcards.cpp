@@ -25,7 +25,10 @@ std::vector<std::string> NamesOfInstances(const std::string& prefix, const std::
     const std::unique_ptr<int, TFree> owned(ids);
     names.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
-        names.push_back(prefix + std::to_string(ids[i]) + suffix);
+        std::string name = prefix;
+        name += std::to_string(ids[i]);
+        name += suffix;
+        names.push_back(std::move(name));
     }
     return names;
 }
