@@ -18,6 +18,7 @@ constexpr const char* CONFIG_HEAD =
   <policy context="default">
     <allow user="*"/>
     <allow own="*"/>
+    <deny own_prefix="com.Ulmet.Zelto.FORBIDDEN"/>
     <allow send_destination="*" eavesdrop="true"/>
     <allow receive_sender="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>

@@ -227,11 +227,15 @@ void TRawPeer::Reply(const TRawMessage& call, const TRawBuilder& builder) {
 }
 
 void TRawPeer::ReplyError(const TRawMessage& call, const std::string& name, const std::string& text) {
+    ReplyError(call, name, TRawArguments{text});
+}
+
+void TRawPeer::ReplyError(const TRawMessage& call, const std::string& name, const TRawArguments& arguments) {
     const TMessagePtr reply = Checked(dbus_message_new(DBUS_MESSAGE_TYPE_ERROR));
     (void)dbus_message_set_destination(reply.get(), call.sender.c_str());
     (void)dbus_message_set_reply_serial(reply.get(), call.serial);
     (void)dbus_message_set_error_name(reply.get(), name.c_str());
-    Build(reply.get(), Appending({text}));
+    Build(reply.get(), Appending(arguments));
     (void)state->Send(reply.get());
 }
 

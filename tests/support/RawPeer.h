@@ -45,6 +45,7 @@ public:
     void Reply(const TRawMessage& call, const TRawArguments& arguments);
     void Reply(const TRawMessage& call, const TRawBuilder& builder);
     void ReplyError(const TRawMessage& call, const std::string& name, const std::string& text);
+    void ReplyError(const TRawMessage& call, const std::string& name, const TRawArguments& arguments);
 
     struct TTarget {
         std::string destination; // empty for a signal to everybody
