@@ -24,15 +24,14 @@ void Reclaim(TBusLink& link, const std::string& busName) {
 } // namespace
 
 TZeltoDBus::TPrivate::TPrivate(TZeltoDBus& owner)
-    : process(getpid()),
-      party(&owner),
-      names(std::make_shared<const TNames>(TNames{BUS_NAME_PREFIX, OBJECT_PATH_PREFIX})) {
+    : party(&owner), names(std::make_shared<const TNames>(TNames{BUS_NAME_PREFIX, OBJECT_PATH_PREFIX})) {
     plan.filter = &TZeltoDBus::MessageFilter;
     plan.filterData = &owner;
 }
 
 bool TZeltoDBus::TPrivate::IsOwnProcess() const {
-    return getpid() == process;
+    const pid_t owner = process;
+    return owner == 0 || owner == getpid();
 }
 
 void TZeltoDBus::TPrivate::RequireOwnProcess() const {
@@ -97,6 +96,9 @@ void TZeltoDBus::TPrivate::SetLink(TLinkRef newLink) {
     // The former link goes when the argument does, outside the lock.
     link.swap(newLink);
     isLost = false;
+    if (link) {
+        process = getpid();
+    }
     ShowLink();
     if (run) {
         run->Wake();
@@ -242,6 +244,7 @@ TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::BeginRun() {
     const std::lock_guard<std::mutex> lock(mutex);
     if (!run) {
         run = std::make_shared<TRun>(this);
+        process = getpid();
     }
     return run;
 }

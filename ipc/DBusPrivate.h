@@ -7,6 +7,7 @@
 #include "ipc/DispatchRun.h"
 #include "zelto/TZeltoDBus.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -27,7 +28,8 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
 
     explicit TPrivate(TZeltoDBus& owner);
 
-    // A child that was forked off shares the parent's sockets: it must neither send nor wait for threads.
+    // A child that was forked off shares the parent's sockets: it must neither send nor wait for threads. One
+    // that was forked off before there was a connection or a thread is free to begin.
     bool IsOwnProcess() const;
     void RequireOwnProcess() const;
 
@@ -86,8 +88,8 @@ private:
     void ShowLink();
     void ShowNames();
 
-    const pid_t process;
-    std::mutex mutex; // guards everything below, and the party's members that show it
+    std::atomic<pid_t> process{0}; // that made the connections or the threads; 0 while there are none
+    std::mutex mutex;              // guards everything below, and the party's members that show it
     TZeltoDBus* party;
     TLinkRef link;
     TNamesRef names;
