@@ -202,8 +202,11 @@ void TZeltoDBus::Reply(DBusMessage* call, const std::string& result, int code) {
     if (connection == nullptr || dbus_connection_get_outgoing_size(connection) > MAX_WAITING_BYTES) {
         throw std::runtime_error("dbus_connection_send failed");
     }
-    RequireText("result", dbus_message_get_member(call) == nullptr ? "" : dbus_message_get_member(call),
-                result);
+    const char* const member = dbus_message_get_member(call);
+    const std::string fault = TextFault("result", member == nullptr ? "" : member, result);
+    if (!fault.empty()) {
+        throw std::runtime_error(fault); // logged by whoever asked for the reply
+    }
     const TBusMessage reply(dbus_message_new_method_return(call));
     const char* const text = result.c_str();
     const dbus_int32_t value = code;

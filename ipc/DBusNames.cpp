@@ -47,12 +47,20 @@ void RequireMember(const char* what, const std::string& text) {
     }
 }
 
-void RequireText(const char* what, const std::string& name, const std::string& text) {
+std::string TextFault(const char* what, const std::string& name, const std::string& text) {
     if (text.size() > MAX_TEXT_LENGTH) {
-        Fail(std::string("the ") + what + " of '" + name + "' is longer than 16 MiB");
+        return std::string("the ") + what + " of '" + name + "' is longer than 16 MiB";
     }
     if (dbus_validate_utf8(text.c_str(), nullptr) == FALSE) {
-        Fail(std::string("the ") + what + " of '" + name + "' is not valid UTF-8");
+        return std::string("the ") + what + " of '" + name + "' is not valid UTF-8";
+    }
+    return {};
+}
+
+void RequireText(const char* what, const std::string& name, const std::string& text) {
+    const std::string fault = TextFault(what, name, text);
+    if (!fault.empty()) {
+        Fail(fault);
     }
 }
 
