@@ -45,7 +45,8 @@ public:
     ~TZeltoApplication() override;
 
     // Connects the application to the bus under an identity and starts to receive events. Does nothing once
-    // it has succeeded. A failure is logged; then a later call tries again.
+    // it has succeeded. A failure is logged; then a later call tries again. Any thread, but not from an
+    // observer.
     void Initialize(const std::string& busName);
     void Initialize(tZeltoClientId clientId);
 
@@ -85,7 +86,8 @@ public:
     int SetParamArray(const std::vector<TZeltoAppParam>& params, bool commit);
     // Replaces `params` by the entries under "PARAMS" of an answer.
     void PopulateParamArray(const TZeltoJsonObject& response, std::vector<TZeltoAppParam>& params);
-    // Sets "PARAMS" of `json` to the entries of `params`, or to null when there are none.
+    // Sets "PARAMS" of `json` to the entries of `params`, or to null when there are none. Throws
+    // std::runtime_error naming the parameter when a text is not UTF-8; `json` is then as it was.
     void ParamArrayToJson(const std::vector<TZeltoAppParam>& params, TZeltoJsonObject& json);
 
     // Adds an instance to a table such as "Device.WiFi.AccessPoint."; `instanceId` receives its number.
@@ -104,8 +106,9 @@ public:
     int GetIndexMap(std::unordered_map<std::string, std::vector<std::pair<int, int>>>& indexMap);
 
     // Requests to a peer gateway over TCP port 42042. They need no Initialize. `address` is a numeric IP
-    // address. Return 0, or -1 on any failure. Unlike the others they do not catch exceptions. After the
-    // connection is made they wait for the peer without a limit.
+    // address (an IPv6 one is refused when connecting). Return 0, or -1 on any failure. Unlike the others
+    // they throw std::runtime_error when a text is not UTF-8. After the connection is made they wait for the
+    // peer without a limit.
     int SetParamRemote(const std::string& address, const std::string& name, const std::string& value,
                        bool commit);
     int GetParamRemote(const std::string& address, const std::string& name,

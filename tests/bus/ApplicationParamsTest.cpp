@@ -212,14 +212,13 @@ TEST_F(ParamRequests, MayBeMadeOnSeveralThreadsAtOnce) {
     });
     std::vector<std::thread> threads;
     std::vector<int> wrong(4, 0);
-    for (int& count : wrong) {
-        threads.emplace_back([this, &count] {
+    for (std::size_t caller = 0; caller < wrong.size(); ++caller) {
+        threads.emplace_back([this, &wrong, caller] {
             for (int round = 0; round < 100; ++round) {
-                const std::string name =
-                    "Device." + std::to_string(reinterpret_cast<uintptr_t>(&count) + round);
+                const std::string name = "Device." + std::to_string(caller) + "." + std::to_string(round);
                 TParams params;
                 const int rc = app.GetParam(name, params);
-                count += rc == 0 && params.size() == 1 && params[0].name == name ? 0 : 1;
+                wrong[caller] += rc == 0 && params.size() == 1 && params[0].name == name ? 0 : 1;
             }
         });
     }

@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <atomic>
 #include <functional>
 #include <stdexcept>
 #include <thread>

@@ -122,8 +122,7 @@ TEST(RemoteExchange, DoesNotReadABlobAboveTheLargestSize) {
 }
 
 TEST(RemoteExchange, DoesNotWaitForABlobThatNobodyWants) {
-    std::string rest;
-    TTcpPeer peer([&rest](int connection) { // announces a blob, sends none of it, and waits
+    TTcpPeer peer([](int connection) { // announces a blob, sends none of it, and waits
         const std::string answer = Frame(static_cast<uint32_t>(JSON.size()), 1000, JSON);
         ::send(connection, answer.data(), answer.size(), MSG_NOSIGNAL);
         char byte = 0;
