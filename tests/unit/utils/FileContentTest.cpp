@@ -43,6 +43,19 @@ TEST_F(ReadFileTest, ReadsFilesThatDoNotTellTheirSize) {
     EXPECT_FALSE(content.empty());
 }
 
+TEST_F(ReadFileTest, ReadsLargeFiles) {
+    constexpr std::size_t SIZE = (33U << 20) + 1;
+    PutFile(At("file"), "first");
+    ASSERT_TRUE(ResizeFile(At("file"), SIZE - 4));
+    std::ofstream(At("file"), std::ios::binary | std::ios::app) << "last";
+    std::string content;
+    EXPECT_TRUE(ReadFile(At("file"), content));
+    ASSERT_EQ(content.size(), SIZE);
+    EXPECT_EQ(content.substr(0, 5), "first");
+    EXPECT_EQ(content.find_first_not_of('\0', 5), SIZE - 4);
+    EXPECT_EQ(content.substr(SIZE - 4), "last");
+}
+
 TEST_F(ReadFileTest, FollowsLinks) {
     PutFile(At("file"), "text");
     fs::create_symlink("file", At("link"));
