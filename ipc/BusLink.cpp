@@ -83,6 +83,9 @@ std::shared_ptr<TBusLink> OpenWholeLink(const TLinkPlan& plan) {
 
 void RequestBusName(DBusConnection* connection, const std::string& busName) {
     TBusError error;
+    // A party that Init has not named has an address that is no bus name.
+    (void)dbus_validate_bus_name(busName.c_str(), error.Get());
+    error.Check("dbus_bus_request_name");
     const int answer = dbus_bus_request_name(
         connection, busName.c_str(), DBUS_NAME_FLAG_ALLOW_REPLACEMENT | DBUS_NAME_FLAG_REPLACE_EXISTING,
         error.Get());

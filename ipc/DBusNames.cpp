@@ -20,6 +20,22 @@ bool IsIdentityCharacter(char character) {
            IsDigit(character) || character == '_';
 }
 
+// A refused text may hold anything, and be of any length: it is shown in quotes so that a log stays readable.
+std::string Quoted(const std::string& text) {
+    constexpr std::size_t MAX_SHOWN = 256;
+    static const char* const DIGITS = "0123456789abcdef";
+    std::string shown = "'";
+    for (const char character : text.substr(0, MAX_SHOWN)) {
+        if (character >= ' ' && character <= '~') {
+            shown += character;
+        } else {
+            const auto byte = static_cast<unsigned char>(character);
+            shown += {'\\', 'x', DIGITS[byte >> 4U], DIGITS[byte & 15U]};
+        }
+    }
+    return shown + (text.size() > MAX_SHOWN ? "...'" : "'");
+}
+
 } // namespace
 
 void Fail(const std::string& text) {
@@ -34,15 +50,15 @@ bool IsIdentity(const std::string& text) {
 
 void RequireIdentity(const std::string& text) {
     if (!IsIdentity(text)) {
-        Fail("'" + text +
-             "' is not an identity: 1 to 200 letters, digits and '_', not beginning with a digit");
+        Fail(Quoted(text) +
+             " is not an identity: 1 to 200 letters, digits and '_', not beginning with a digit");
     }
 }
 
 void RequireMember(const char* what, const std::string& text) {
     if (text.find('\0') != std::string::npos || dbus_validate_utf8(text.c_str(), nullptr) == FALSE ||
         dbus_validate_member(text.c_str(), nullptr) == FALSE) {
-        Fail(std::string("'") + text + "' is not the name of a " + what +
+        Fail(Quoted(text) + " is not the name of a " + what +
              ": 1 to 255 letters, digits and '_', not beginning with a digit");
     }
 }
