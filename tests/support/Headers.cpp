@@ -1,2 +1,4 @@
 // Only carries the precompiled headers of the tests.
-int main() { return 0; }
+int main() {
+    return 0;
+}
