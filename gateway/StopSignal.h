@@ -4,8 +4,8 @@
 
 namespace gateway {
 
-// A handler and not a blocked signal, since the helper script would inherit a mask. Throws
-// std::runtime_error.
+// A handler and not a blocked signal, since the helper script would inherit a mask. SIGINT is lost while that
+// script runs: the C library's system() has it ignored. Throws std::runtime_error.
 void CatchStopSignals();
 
 // Waits for one of them, at most that long; a negative time is without end. Returns whether one has come.

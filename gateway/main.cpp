@@ -56,35 +56,40 @@ void Serve(const TOptions& options) {
     tZeltoPlatformLibTable table = {entries.data(), static_cast<int32_t>(entries.size()),
                                     stateDir.IndexMapPath().c_str()};
     zeltoPlatformLibInit(&table);
+    (void)std::fprintf(stderr, "zelto-gateway: ready\n");
     (void)gateway::WaitForStop(-1);
     zeltoPlatformLibTerm();
     getZeltoIpcInstance()->Stop();
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     TOptions options;
     CLI::App app("Serves this machine's data model to the applications on the system bus.", "zelto-gateway");
     app.set_version_flag("--version", "zelto-gateway " ZELTO_VERSION);
     app.add_option("--state-dir", options.stateDir,
                    "Directory for the helper script and the index map (default: a temporary one)");
     CLI::Option* logLevel = app.add_option("--log-level", options.logLevel,
-                                           "Log records up to this level: 3 errors, 5 notices, 7 all")
-                                ->check(CLI::Range(0, 7));
+                                           "Log records up to this level: 3 errors, 5 notices, 7 all");
+    logLevel->check(CLI::Range(0, 7));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
     }
+    if (logLevel->count() != 0) {
+        (void)setenv("QV_LOGGING_LEVEL", std::to_string(options.logLevel).c_str(), 1);
+    }
+    Serve(options);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
     try {
-        if (logLevel->count() != 0) {
-            (void)setenv("QV_LOGGING_LEVEL", std::to_string(options.logLevel).c_str(), 1);
-        }
-        Serve(options);
+        return Run(argc, argv);
     } catch (const std::exception& error) {
         (void)std::fprintf(stderr, "zelto-gateway: %s\n", error.what());
         return 3;
     }
-    return 0;
 }

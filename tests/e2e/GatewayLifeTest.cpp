@@ -37,7 +37,7 @@ class GatewayEnds : public testing::TestWithParam<int> {};
 TEST_P(GatewayEnds, WithZeroAndWithoutItsDirectoryOnASignal) {
     TTempDir directory;
     TChildProcess gateway({ZELTO_GATEWAY_PATH, "--state-dir", directory.File("state")}, OnBus());
-    WaitForManager(gateway, TBusEnvironment::Bus().Address());
+    ASSERT_TRUE(gateway.WaitForErrors("zelto-gateway: ready"));
     gateway.Signal(GetParam());
     EXPECT_EQ(gateway.WaitForExit(), 0) << gateway.Errors();
     EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));

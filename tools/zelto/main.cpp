@@ -1,9 +1,9 @@
 // zelto: reads, writes and watches the data model of a gateway from the command line.
 
 #include "ExitCodes.h"
-#include "Output.h"
 #include "Verbs.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 
@@ -35,9 +35,7 @@ void Apply(const TGlobalOptions& options) {
     (void)setenv("QV_LOGGING_LEVEL", options.verbose ? "7" : "0", 1);
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     tool::TContext context;
     TGlobalOptions options;
     CLI::App app("Reads, writes and watches the data model of a gateway.", "zelto");
@@ -51,10 +49,16 @@ int main(int argc, char** argv) {
         return app.exit(error) == 0 ? tool::EXIT_DONE : tool::EXIT_USAGE;
     }
     Apply(options);
+    return context.run();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
     try {
-        return context.run();
+        return Run(argc, argv);
     } catch (const std::exception& error) {
-        tool::PrintError(error.what());
+        (void)std::fprintf(stderr, "zelto: %s\n", error.what());
         return tool::EXIT_RUN_TIME;
     }
 }
