@@ -15,6 +15,15 @@ namespace {
 
 // More than this still waiting to be sent means that the bus does not read: the message is refused.
 constexpr long MAX_STALLED_BYTES = 1024L * 1024;
+// An event that is about to be sent waits for a drain.
+constexpr std::chrono::milliseconds DRAIN_LIMIT{20};
+constexpr int64_t DRAIN_INTERVAL_MS = 1000;
+// The bus holds back what the socket does not take, and sends it once there is room.
+constexpr int64_t BUSY_DRAIN_INTERVAL_MS = 10;
+
+int64_t MillisecondsNow() {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(TClock::now().time_since_epoch()).count();
+}
 
 } // namespace
 
@@ -89,21 +98,24 @@ void TClientChannel::Post(DBusMessage* message) {
 }
 
 void TClientChannel::Drain() {
-    constexpr int64_t INTERVAL_MS = 1000;
-    const int64_t now =
-        std::chrono::duration_cast<std::chrono::milliseconds>(TClock::now().time_since_epoch()).count();
-    if (now - lastDrain < INTERVAL_MS) {
+    if (MillisecondsNow() < nextDrain) {
         return;
     }
     std::unique_lock<std::mutex> lock(mutex);
     if (leading) {
         return;
     }
-    lastDrain = now;
     leading = true;
     lock.unlock();
-    Read();
     Dispatch();
+    const auto limit = TClock::now() + DRAIN_LIMIT;
+    busy = false;
+    while (HasInput() && TClock::now() < limit) {
+        Read();
+        Dispatch();
+        busy = true;
+    }
+    nextDrain = MillisecondsNow() + (busy ? BUSY_DRAIN_INTERVAL_MS : DRAIN_INTERVAL_MS);
     lock.lock();
     leading = false;
     WakeDone();
@@ -188,6 +200,12 @@ void TClientChannel::Poll(TClock::time_point deadline) {
         eventfd_t ignored = 0;
         (void)eventfd_read(kick.Get(), &ignored);
     }
+}
+
+bool TClientChannel::HasInput() const {
+    pollfd polled{-1, POLLIN, 0};
+    return !lost && dbus_connection_get_unix_fd(connection.get(), &polled.fd) != FALSE &&
+           poll(&polled, 1, 0) > 0;
 }
 
 void TClientChannel::Read() {

@@ -49,6 +49,8 @@ public:
 
     // Takes in, without waiting, what has arrived that nobody waits for.
     void Drain();
+    // The last Drain has found something: more is likely to follow at once.
+    bool IsBusy() const { return busy; }
     // Makes every waiting thread look at its reasons to stop waiting.
     void WakeAll();
 
@@ -63,6 +65,7 @@ private:
     bool WaitUntilDone(TWaiter& waiter, TClock::time_point deadline, const TRun* run);
     void LeadOnce(const TWaiter& waiter, TClock::time_point deadline);
     void Poll(TClock::time_point deadline);
+    bool HasInput() const;
     void Read();
     void Dispatch();
     void WakeDone();
@@ -73,8 +76,9 @@ private:
     TUniqueFd kick;
     std::atomic<bool> polling{false};
     std::atomic<bool> lost{false};
-    std::atomic<bool> stalled{false}; // a message did not leave in time
-    std::atomic<int64_t> lastDrain{0};
+    std::atomic<bool> stalled{false};  // a message did not leave in time
+    std::atomic<int64_t> nextDrain{0}; // no sooner, in milliseconds
+    std::atomic<bool> busy{false};
 
     std::mutex mutex;
     bool leading = false;

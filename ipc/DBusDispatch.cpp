@@ -20,6 +20,7 @@ namespace {
 constexpr int32_t REPLY_FLUSH_MS = 2000;
 // How often an idle party looks at what has arrived on its client connection unasked.
 constexpr int32_t DRAIN_INTERVAL_MS = 5000;
+constexpr int32_t BUSY_DRAIN_INTERVAL_MS = 20;
 constexpr int32_t RETRY_INTERVAL_MS = 100;
 // A bus that has not taken this much does not read.
 constexpr long MAX_WAITING_BYTES = 1024L * 1024;
@@ -126,8 +127,8 @@ void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {
 bool TZeltoDBus::TPrivate::WaitForInput(TBusLink& dispatched, TRun& dispatching) const {
     DBusConnection* const server = dispatched.server.get();
     pollfd polled[] = {{-1, POLLIN, 0}, {dispatching.GetWakeFd(), POLLIN, 0}};
-    int timeoutMs = party->dispatchTimeoutMs < 0 ? DRAIN_INTERVAL_MS
-                                                 : std::min(party->dispatchTimeoutMs, DRAIN_INTERVAL_MS);
+    const int32_t drainMs = dispatched.client.IsBusy() ? BUSY_DRAIN_INTERVAL_MS : DRAIN_INTERVAL_MS;
+    int timeoutMs = party->dispatchTimeoutMs < 0 ? drainMs : std::min(party->dispatchTimeoutMs, drainMs);
     if (dbus_connection_get_unix_fd(server, &polled[0].fd) == FALSE) {
         // The connection is closed; what is left in its queue is handed on.
         return true;
