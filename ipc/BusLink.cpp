@@ -90,7 +90,8 @@ void RequestBusName(DBusConnection* connection, const std::string& busName) {
         connection, busName.c_str(), DBUS_NAME_FLAG_ALLOW_REPLACEMENT | DBUS_NAME_FLAG_REPLACE_EXISTING,
         error.Get());
     error.Check("dbus_bus_request_name");
-    if (answer != DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER) {
+    // A party that could not release its name, and takes it up again, has it already.
+    if (answer != DBUS_REQUEST_NAME_REPLY_PRIMARY_OWNER && answer != DBUS_REQUEST_NAME_REPLY_ALREADY_OWNER) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"The '%s' name is already taken!\"", busName.c_str());
     }
 }

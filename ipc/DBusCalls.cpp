@@ -12,6 +12,11 @@ namespace {
 
 constexpr const char* CALL_FAILURE = "dbus_connection_send_with_reply failed";
 constexpr const char* SEND_FAILURE = "dbus_connection_send failed";
+// The text of the answer that libdbus makes up when none comes; log readers know it.
+constexpr const char* NO_ANSWER =
+    "Did not receive a reply. Possible causes include: the remote application did not send a reply, the "
+    "message bus security policy blocked the reply, the reply timeout expired, or the network connection was "
+    "broken.";
 constexpr int32_t EVENT_FLUSH_MS = 1000;
 // A message is looked at no further than this.
 constexpr int MAX_ARGUMENTS = 3;
@@ -114,13 +119,12 @@ int TZeltoDBus::CallMethod(const std::string& method, const std::string& request
     if (link->client.IsLost()) {
         own->LoseLink(link);
     }
-    return ReadAnswer(answer.get(), method, serverId, result);
+    return ReadAnswer(answer.get(), result);
 }
 
-int TZeltoDBus::ReadAnswer(DBusMessage* answer, const std::string& method, const std::string& serverId,
-                           std::string& result) {
+int TZeltoDBus::ReadAnswer(DBusMessage* answer, std::string& result) {
     if (answer == nullptr) {
-        qvLogging_log(LOG_LEVEL_ERROR, "\"'%s' has not answered '%s'.\"", serverId.c_str(), method.c_str());
+        qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", NO_ANSWER);
         return -1;
     }
     if (dbus_message_get_type(answer) != DBUS_MESSAGE_TYPE_METHOD_RETURN) {

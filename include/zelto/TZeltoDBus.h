@@ -88,8 +88,7 @@ protected:
 
 private:
     struct TPrivate;
-    int ReadAnswer(DBusMessage* answer, const std::string& method, const std::string& serverId,
-                   std::string& result);
+    int ReadAnswer(DBusMessage* answer, std::string& result);
 
     TPrivate* own;
 };

@@ -241,6 +241,10 @@ TEST(CallTimeout, OfZeroWaitsForNothingButSendsTheCall) {
     TAccessParty party;
     EXPECT_EQ((TOutcome{-1, "before"}), Call(party, "SERVER", "GET", 0));
     EXPECT_EQ(1U, LogSpy::Count(3));
+    EXPECT_TRUE(LogSpy::Contains(3, "\"Did not receive a reply. Possible causes include: the remote "
+                                    "application did not send a reply, the message bus security policy "
+                                    "blocked the reply, the reply timeout expired, or the network "
+                                    "connection was broken.\""));
     EXPECT_TRUE(server->WaitFor([](const TRawMessage& message) { return message.member == "GET"; }));
 }
 
