@@ -1,6 +1,6 @@
-// A dbus-daemon of the test's own, which allows everything: owning any name but that of the identity
-// "FORBIDDEN", sending, receiving, eavesdropping and monitoring. It listens on a socket in a directory of its own and dies with the test
-// process.
+// A dbus-daemon of the test's own, which allows everything: owning any name but those of the identity
+// "FORBIDDEN", sending, receiving, eavesdropping and monitoring. It listens on a socket in a directory of
+// its own and dies with the test process.
 #ifndef ZELTO_TESTS_PRIVATE_BUS_H
 #define ZELTO_TESTS_PRIVATE_BUS_H
 
