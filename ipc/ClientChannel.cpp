@@ -143,7 +143,7 @@ bool TClientChannel::WaitUntilDone(TWaiter& waiter, TClock::time_point deadline,
     std::unique_lock<std::mutex> lock(mutex);
     waiters.push_back(&waiter);
     bool done = IsDone(waiter);
-    while (!done && !lost && TClock::now() < deadline && !(run != nullptr && run->IsStopping())) {
+    while (!done && !lost && TClock::now() < deadline && !(run != nullptr && run->IsInterrupted())) {
         if (leading) {
             waiter.condition.wait_until(lock, deadline);
         } else {

@@ -38,7 +38,7 @@ public:
     // Sends a method call; null when it cannot be sent.
     TPendingCallHandle SendCall(DBusMessage* message);
     // Waits for its answer; null when there is none by the deadline, or when `run`, the dispatch thread's own
-    // if it is one that waits, is stopped meanwhile.
+    // if it is one that waits, is interrupted meanwhile.
     TMessageHandle WaitForAnswer(DBusPendingCall* pending, TClock::time_point deadline, const TRun* run);
 
     // Sends a message that has no answer and waits until it has left, at most until the deadline; after that

@@ -45,13 +45,15 @@ private:
     TIncoming* const outer;
 };
 
-// Waits, at most until the deadline or a stop, for the queued messages to leave; what is left leaves with
-// later turns.
+// Waits, at most until the deadline or an interruption, for the queued messages to leave; what is left leaves
+// with later turns.
 void FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
-    const TRun* const run = TRun::OfThisThread();
+    TRun* const run = TRun::OfThisThread();
     while (dbus_connection_has_messages_to_send(connection) != FALSE && TClock::now() < deadline &&
-           !(run != nullptr && run->IsStopping())) {
-        pollfd polled[] = {{-1, POLLOUT, 0}, {run == nullptr ? -1 : run->GetWakeFd(), POLLIN, 0}};
+           !(run != nullptr && run->IsInterrupted())) {
+        // A run that the callback itself has stopped stays readable.
+        const int wakeFd = run == nullptr || run->IsStopping() ? -1 : run->GetWakeFd();
+        pollfd polled[] = {{-1, POLLOUT, 0}, {wakeFd, POLLIN, 0}};
         if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
             return;
         }
@@ -96,12 +98,12 @@ void TZeltoDBus::MainLoop() {
         return;
     }
     const TRun::TThreadScope threadScope(run.get());
-    keep->EnterLoop();
+    keep->EnterLoop(run.get());
     while (running && run->Lead()) {
         Contain([&] { keep->DispatchTurn(*run); });
         run->Unlead();
     }
-    keep->LeaveLoop();
+    keep->LeaveLoop(run.get());
 }
 
 void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {

@@ -3,6 +3,7 @@
 #include "ipc/DBusNames.h"
 #include "utils/Log.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -220,7 +221,10 @@ void TZeltoDBus::TPrivate::Close() {
         std::unique_lock<std::mutex> lock(mutex);
         const TRun* const here = TRun::OfThisThread();
         if (here == nullptr || !here->IsOf(this)) {
-            loopEnded.wait(lock, [this] { return loops == 0; });
+            for (TRun* const left : loops) {
+                left->Interrupt();
+            }
+            loopEnded.wait(lock, [this] { return loops.empty(); });
         }
         party = nullptr;
         link = nullptr;
@@ -229,14 +233,14 @@ void TZeltoDBus::TPrivate::Close() {
     self = nullptr;
 }
 
-void TZeltoDBus::TPrivate::EnterLoop() {
+void TZeltoDBus::TPrivate::EnterLoop(TRun* dispatching) {
     const std::lock_guard<std::mutex> lock(mutex);
-    ++loops;
+    loops.push_back(dispatching);
 }
 
-void TZeltoDBus::TPrivate::LeaveLoop() {
+void TZeltoDBus::TPrivate::LeaveLoop(TRun* dispatching) {
     const std::lock_guard<std::mutex> lock(mutex);
-    --loops;
+    loops.erase(std::find(loops.begin(), loops.end(), dispatching));
     loopEnded.notify_all();
 }
 

@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include <sys/types.h>
 
@@ -55,8 +56,8 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     void Close();
 
     // A dispatch thread begins and ends its loop.
-    void EnterLoop();
-    void LeaveLoop();
+    void EnterLoop(zelto::TRun* dispatching);
+    void LeaveLoop(zelto::TRun* dispatching);
 
     // The run that is under way; a new one when there is none.
     TRunRef BeginRun();
@@ -97,7 +98,7 @@ private:
     zelto::TLinkPlan plan;
     bool isLost = false; // there was a link and the bus has taken it away
     zelto::TReconnector reconnector;
-    int loops = 0; // dispatch threads in their loop
+    std::vector<zelto::TRun*> loops; // one entry for each dispatch thread that is in its loop
     std::condition_variable loopEnded;
 };
 

@@ -34,13 +34,22 @@ TRun::TThreadScope::~TThreadScope() {
 }
 
 void TRun::RequestStop() {
+    // Nobody waits for a callback that stops its own party: it may go on making calls.
+    if (OfThisThread() != this) {
+        Interrupt();
+    }
+    const std::lock_guard<std::mutex> lock(mutex);
+    stopping = true;
+    leadIsFree.notify_all();
+    Wake();
+}
+
+void TRun::Interrupt() {
     std::shared_ptr<TBusLink> waitedOn;
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        stopping = true;
+        interrupted = true;
         waitedOn = waiting;
-        leadIsFree.notify_all();
-        Wake();
     }
     if (waitedOn) {
         waitedOn->client.WakeAll();

@@ -28,8 +28,12 @@ public:
 
     bool IsOf(const void* party) const { return owner == party; }
     bool IsStopping() const { return stopping; }
-    // From then on every turn ends at once, and a call that a callback has under way ends without an answer.
+    // A callback's calls are not worth waiting for any more.
+    bool IsInterrupted() const { return interrupted; }
+    // From then on every turn ends at once. On another thread it also interrupts.
     void RequestStop();
+    // A call that a callback has under way, or makes from then on, ends without an answer.
+    void Interrupt();
 
     // Waits for the lead; false when the run is stopped.
     bool Lead();
@@ -41,7 +45,7 @@ public:
     // Takes back a Wake; does nothing once the run is stopped.
     void ClearWake();
 
-    // Says which link a callback of this run is waiting on, so that RequestStop can wake it; null when it is
+    // Says which link a callback of this run is waiting on, so that Interrupt can wake it; null when it is
     // back.
     void SetWaiting(std::shared_ptr<TBusLink> link);
 
@@ -57,6 +61,7 @@ public:
 private:
     const void* const owner;
     std::atomic<bool> stopping{false};
+    std::atomic<bool> interrupted{false};
     TUniqueFd wake;
     std::mutex mutex;
     std::condition_variable leadIsFree;

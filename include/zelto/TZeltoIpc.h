@@ -92,8 +92,8 @@ public:
                            TMethodSettings& settings) = 0;
     // Calls the registered handler; -1 with `result` untouched when there is none. Called by the transport.
     int OnMethodCall(const std::string& method, const std::string& request, std::string& result) override;
-    // Stops the dispatch threads and waits for them, a callback in progress included. On a dispatch thread it
-    // does not wait for that thread itself.
+    // Stops the dispatch threads and waits for them, a callback in progress included; a call that the
+    // callback has under way ends with -1. On a dispatch thread it does not wait for that thread itself.
     virtual void Stop();
 
     // To be called before Run; takes no lock.
@@ -133,7 +133,7 @@ private:
 // own it.
 ZELTO_API TZeltoIpc* getZeltoIpcInstance();
 
-// A further, independent transport object. The caller deletes it.
+// A further, independent transport object. The caller deletes it, but not in one of its own callbacks.
 ZELTO_API TZeltoIpc* newZeltoIpcInstance();
 
 #endif
