@@ -51,8 +51,13 @@ void TClientChannel::Kick() {
     (void)eventfd_write(kick.Get(), 1);
 }
 
+bool TClientChannel::IsLost() const {
+    // A failed send may have found out before anybody has read the end of the connection.
+    return lost || dbus_connection_get_is_connected(connection.get()) == FALSE;
+}
+
 bool TClientChannel::CanTakeMore() const {
-    if (lost || dbus_connection_get_is_connected(connection.get()) == FALSE) {
+    if (IsLost()) {
         return false;
     }
     return !stalled || dbus_connection_get_outgoing_size(connection.get()) <= MAX_STALLED_BYTES;
@@ -87,7 +92,7 @@ bool TClientChannel::Send(DBusMessage* message, TClock::time_point deadline, con
         TWaiter waiter{nullptr, {}};
         stalled = !WaitUntilDone(waiter, deadline, run);
     }
-    return dbus_connection_get_is_connected(connection.get()) != FALSE;
+    return !IsLost();
 }
 
 void TClientChannel::Post(DBusMessage* message) {

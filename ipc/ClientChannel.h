@@ -33,7 +33,7 @@ public:
 
     DBusConnection* Get() const { return connection.get(); }
     // The bus has closed the connection, as far as is known here.
-    bool IsLost() const { return lost; }
+    bool IsLost() const;
 
     // Sends a method call; null when it cannot be sent.
     TPendingCallHandle SendCall(DBusMessage* message);

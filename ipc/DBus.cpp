@@ -144,7 +144,10 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
 
 void TZeltoDBus::Run() {
     own->RequireOwnProcess();
-    const auto link = own->GetLink();
+    if (monitor && !running) {
+        own->DropDeadLink();
+    }
+    const auto link = own->GetLinkFor(monitor);
     const bool isMonitor = link && link->isMonitor;
     if (isMonitor || (link && monitor && running)) {
         // Nothing may be sent on a monitor, nor may a connection that is being dispatched wait for the bus.

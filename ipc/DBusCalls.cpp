@@ -143,8 +143,12 @@ void TZeltoDBus::SendEvent(const std::string& eventName, const std::string& even
     RequireMember("event", eventName);
     RequireText("data", eventName, eventData);
     const TPrivate::TLinkRef link = own->RequireLink(SEND_FAILURE);
-    const TBusMessage event(dbus_message_new_signal(own->GetNames()->objectPath.c_str(),
-                                                    interfaceName.c_str(), eventName.c_str()));
+    const TPrivate::TNamesRef sender = own->GetNames();
+    if (dbus_validate_path(sender->objectPath.c_str(), nullptr) == FALSE) {
+        Fail(SEND_FAILURE); // an Init on another thread has failed meanwhile
+    }
+    const TBusMessage event(
+        dbus_message_new_signal(sender->objectPath.c_str(), interfaceName.c_str(), eventName.c_str()));
     AppendText(event(), eventData);
     TRun* const run = TRun::OfThisThread();
     const TWaitScope waitScope(run, link);

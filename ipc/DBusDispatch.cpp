@@ -57,7 +57,9 @@ void FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
         if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
             return;
         }
-        (void)poll(polled, 2, PollTimeout(deadline));
+        if (poll(polled, 2, PollTimeout(deadline)) > 0 && polled[1].revents != 0) {
+            run->ClearWake(); // the next turn looks at the link anyway
+        }
         if (dbus_connection_read_write(connection, 0) == FALSE) {
             return;
         }
@@ -109,9 +111,7 @@ void TZeltoDBus::MainLoop() {
 void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {
     const TLinkRef current = GetLink();
     if (!current) {
-        pollfd polled{dispatching.GetWakeFd(), POLLIN, 0};
-        (void)poll(&polled, 1, -1);
-        dispatching.ClearWake();
+        WaitForLink(dispatching);
         return;
     }
     DBusConnection* const server = current->server.get();
@@ -139,6 +139,7 @@ bool TZeltoDBus::TPrivate::WaitForInput(TBusLink& dispatched, TRun& dispatching)
         polled[0].events = POLLIN | POLLOUT;
     }
     if (dbus_connection_get_dispatch_status(server) == DBUS_DISPATCH_NEED_MEMORY) {
+        polled[0].fd = -1; // what is there to read would end the wait at once
         timeoutMs = RETRY_INTERVAL_MS;
     }
     (void)poll(polled, 2, timeoutMs);

@@ -12,7 +12,10 @@ void TZeltoDBus::BecomeMonitor() {
         qvLogging_log(LOG_LEVEL_ERROR, "\"Not connected!\"");
         return;
     }
-    RequestMonitoring(*link);
+    // Nothing may be sent on a monitor.
+    if (!link->isMonitor) {
+        RequestMonitoring(*link);
+    }
 }
 
 void TZeltoDBus::MonitorHandler(DBusMessage* message) {

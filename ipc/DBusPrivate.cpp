@@ -7,11 +7,15 @@
 #include <stdexcept>
 #include <utility>
 
+#include <poll.h>
 #include <unistd.h>
 
 using namespace zelto;
 
 namespace {
+
+// How often a party without a link makes sure that somebody tries to get one.
+constexpr int LINK_INTERVAL_MS = 5000;
 
 // The party gets back the name that it had; what goes wrong is logged, and the caller hears of the first
 // failure.
@@ -46,6 +50,14 @@ TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::GetLink() {
     return link;
 }
 
+TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::GetLinkFor(bool monitor) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (!link) {
+        plan.monitor = monitor;
+    }
+    return link;
+}
+
 TZeltoDBus::TPrivate::TNamesRef TZeltoDBus::TPrivate::GetNames() {
     const std::lock_guard<std::mutex> lock(mutex);
     return names;
@@ -69,6 +81,7 @@ TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::RequireLink(const char* fai
     {
         const std::lock_guard<std::mutex> lock(mutex);
         if (isLost) {
+            KeepReconnecting();
             reconnector.Nudge();
             Fail(failure);
         }
@@ -131,16 +144,15 @@ void TZeltoDBus::TPrivate::Restore(const TPosition& former) {
 }
 
 void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
+    DropDeadLink();
     const TPosition former = GetPosition();
-    const bool wasMonitor = former.link && former.link->isMonitor;
+    const bool canRename = former.link && !former.link->isMonitor;
     try {
-        if (wasMonitor) {
-            // A monitor may not send: it is left for a fresh connection.
-            SetLink(nullptr);
-        }
-        if (GetLink()) {
+        if (canRename) {
             party->ReleaseBusName();
         } else {
+            // A monitor may not send, and a lost link must not come back under the old name meanwhile.
+            SetLink(nullptr);
             party->Connect();
         }
         SetNames(identity, true);
@@ -149,7 +161,7 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
         party->RegisterBusName();
     } catch (...) {
         Restore(former);
-        if (former.link && !wasMonitor && !former.ownedName.empty()) {
+        if (canRename && !former.ownedName.empty()) {
             Reclaim(*former.link, former.ownedName);
         }
         throw;
@@ -160,6 +172,18 @@ void TZeltoDBus::TPrivate::RenewLink(bool asMonitor) {
     TLinkPlan wanted = GetPlan();
     wanted.monitor = asMonitor;
     SetLink(OpenWholeLink(wanted));
+}
+
+void TZeltoDBus::TPrivate::DropDeadLink() {
+    const TLinkRef current = GetLink();
+    if (!current) {
+        return;
+    }
+    DBusConnection* const server = current->server.get();
+    (void)dbus_connection_read_write(server, 0);
+    if (dbus_connection_get_is_connected(server) == FALSE || current->client.IsLost()) {
+        LoseLink(current);
+    }
 }
 
 void TZeltoDBus::TPrivate::LoseLink(const TLinkRef& dead) {
@@ -177,7 +201,25 @@ void TZeltoDBus::TPrivate::LoseLink(const TLinkRef& dead) {
 }
 
 void TZeltoDBus::TPrivate::StartReconnecting() {
-    reconnector.Start([keep = shared_from_this()] { return keep->TryReconnect(); });
+    try {
+        reconnector.Start([keep = shared_from_this()] { return keep->TryReconnect(); });
+    } catch (const std::exception& error) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", error.what());
+    }
+}
+
+void TZeltoDBus::TPrivate::KeepReconnecting() {
+    if (isLost && !reconnector.IsStarted()) {
+        StartReconnecting();
+    }
+}
+
+void TZeltoDBus::TPrivate::WaitForLink(TRun& dispatching) {
+    pollfd polled{dispatching.GetWakeFd(), POLLIN, 0};
+    (void)poll(&polled, 1, LINK_INTERVAL_MS);
+    dispatching.ClearWake();
+    const std::lock_guard<std::mutex> lock(mutex);
+    KeepReconnecting();
 }
 
 // Runs on the reconnector's thread. True when there is nothing left to do.
@@ -203,7 +245,7 @@ bool TZeltoDBus::TPrivate::TryReconnect() {
     if (party == nullptr || !isLost) {
         return true;
     }
-    if (wanted.busName != plan.busName) {
+    if (wanted.busName != plan.busName || wanted.monitor != plan.monitor) {
         return false;
     }
     link = fresh;

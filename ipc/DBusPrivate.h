@@ -35,6 +35,8 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     void RequireOwnProcess() const;
 
     TLinkRef GetLink();
+    // The same; when there is none, the one that comes back is to be a monitor or not.
+    TLinkRef GetLinkFor(bool monitor);
     TNamesRef GetNames();
     // The connected link; connects first if the party never was. Logs and throws `failure` while the bus is
     // away.
@@ -49,6 +51,8 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     void TakeIdentity(const std::string& identity);
     // Replaces the link by a fresh one, with the name, that no dispatch thread has seen before it is whole.
     void RenewLink(bool asMonitor);
+    // Gives the link up when the bus has closed it without anybody noticing. Only while no thread dispatches.
+    void DropDeadLink();
     // The link is dead: gives it up, if it still is the party's, and starts to get another one.
     void LoseLink(const TLinkRef& dead);
     // The party is being destroyed. Waits for a dispatch thread that stopped its own party in a callback and
@@ -69,6 +73,7 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     // The message filter without its guard against exceptions.
     static void HandleMessage(TZeltoDBus& party, DBusConnection* connection, DBusMessage* message);
     void DispatchTurn(zelto::TRun& run);
+    void WaitForLink(zelto::TRun& dispatching);
     bool WaitForInput(zelto::TBusLink& dispatched, zelto::TRun& dispatching) const;
 
     std::shared_ptr<TPrivate> self; // until Close
@@ -84,7 +89,9 @@ private:
     };
     TPosition GetPosition();
     void Restore(const TPosition& former);
+    // The mutex is held. The process may have no thread left: the first says so, the second tries again.
     void StartReconnecting();
+    void KeepReconnecting();
     bool TryReconnect();
     void ShowLink();
     void ShowNames();
