@@ -17,13 +17,9 @@ namespace {
 constexpr long MAX_STALLED_BYTES = 1024L * 1024;
 // An event that is about to be sent waits for a drain.
 constexpr std::chrono::milliseconds DRAIN_LIMIT{20};
-constexpr int64_t DRAIN_INTERVAL_MS = 1000;
+constexpr std::chrono::milliseconds DRAIN_INTERVAL{1000};
 // The bus holds back what the socket does not take, and sends it once there is room.
-constexpr int64_t BUSY_DRAIN_INTERVAL_MS = 10;
-
-int64_t MillisecondsNow() {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(TClock::now().time_since_epoch()).count();
-}
+constexpr std::chrono::milliseconds BUSY_DRAIN_INTERVAL{10};
 
 } // namespace
 
@@ -103,25 +99,23 @@ void TClientChannel::Post(DBusMessage* message) {
 }
 
 void TClientChannel::Drain() {
-    if (MillisecondsNow() < nextDrain) {
-        return;
-    }
     std::unique_lock<std::mutex> lock(mutex);
-    if (leading) {
+    const auto begin = TClock::now();
+    if (leading || begin < nextDrain) {
         return;
     }
     leading = true;
     lock.unlock();
     Dispatch();
-    const auto limit = TClock::now() + DRAIN_LIMIT;
+    const auto limit = begin + DRAIN_LIMIT;
     busy = false;
     while (HasInput() && TClock::now() < limit) {
         Read();
         Dispatch();
         busy = true;
     }
-    nextDrain = MillisecondsNow() + (busy ? BUSY_DRAIN_INTERVAL_MS : DRAIN_INTERVAL_MS);
     lock.lock();
+    nextDrain = TClock::now() + (busy ? BUSY_DRAIN_INTERVAL : DRAIN_INTERVAL);
     leading = false;
     WakeDone();
     if (!waiters.empty()) {

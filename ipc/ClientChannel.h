@@ -14,7 +14,6 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstddef>
-#include <cstdint>
 #include <mutex>
 #include <vector>
 
@@ -76,12 +75,12 @@ private:
     TUniqueFd kick;
     std::atomic<bool> polling{false};
     std::atomic<bool> lost{false};
-    std::atomic<bool> stalled{false};  // a message did not leave in time
-    std::atomic<int64_t> nextDrain{0}; // no sooner, in milliseconds
+    std::atomic<bool> stalled{false}; // a message did not leave in time
     std::atomic<bool> busy{false};
 
     std::mutex mutex;
     bool leading = false;
+    TClock::time_point nextDrain;  // no sooner
     std::vector<TWaiter*> waiters; // in order of arrival
 };
 
