@@ -78,6 +78,29 @@ bool ReadToEnd(const TUniqueFd& file, std::string& content) {
     return count == 0;
 }
 
+// Lets the kernel copy as much as it can, from and to the files' positions, which it moves on. Whatever ends
+// that, the buffer behind it meets again: the end, an error, or a file that the kernel cannot copy or takes
+// for empty, as those of /proc.
+void CopyInKernel(const TUniqueFd& source, const TUniqueFd& copy) {
+    constexpr std::size_t AT_ONCE = 64U << 20;
+    ssize_t count = 0;
+    do {
+        count = ::copy_file_range(source.Get(), nullptr, copy.Get(), nullptr, AT_ONCE, 0);
+    } while (count > 0 || (count < 0 && errno == EINTR));
+}
+
+bool CopyThroughBuffer(const TUniqueFd& source, const TUniqueFd& copy) {
+    TChunk chunk;
+    ssize_t count = ReadChunk(source, chunk);
+    while (count > 0) {
+        if (!WriteAll(copy, chunk.data(), static_cast<std::size_t>(count))) {
+            return false;
+        }
+        count = ReadChunk(source, chunk);
+    }
+    return count == 0;
+}
+
 } // namespace
 
 bool ReadFile(const std::string& path, std::string& content) {
@@ -118,15 +141,8 @@ bool CopyFile(const std::string& from, const std::string& to) {
     if (!copy) {
         return false;
     }
-    TChunk chunk;
-    ssize_t count = ReadChunk(source, chunk);
-    while (count > 0) {
-        if (!WriteAll(copy, chunk.data(), static_cast<std::size_t>(count))) {
-            return false;
-        }
-        count = ReadChunk(source, chunk);
-    }
-    return count == 0;
+    CopyInKernel(source, copy);
+    return CopyThroughBuffer(source, copy);
 }
 
 } // namespace ZeltoFileUtils

@@ -73,6 +73,12 @@ ssize_t write(int fd, const void* data, size_t size) {
     return allowed < 0 ? -1 : ::syscall(SYS_write, fd, data, allowed);
 }
 
+ssize_t copy_file_range(int from, off64_t* fromOffset, int to, off64_t* toOffset, size_t size,
+                        unsigned int flags) {
+    const long allowed = NextStep(&zelto_test::TFaults::kernelCopies, size);
+    return allowed < 0 ? -1 : ::syscall(SYS_copy_file_range, from, fromOffset, to, toOffset, allowed, flags);
+}
+
 int open(const char* path, int flags, ...) {
     std::va_list arguments;
     va_start(arguments, flags);

@@ -18,6 +18,7 @@ using TCallPlan = std::deque<int>;
 struct TFaults {
     TCallPlan reads;
     TCallPlan writes;
+    TCallPlan kernelCopies; // copy_file_range
     TCallPlan chmods;
     TCallPlan opens;
     TCallPlan opendirs;

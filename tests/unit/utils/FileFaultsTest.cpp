@@ -121,8 +121,34 @@ TEST_F(FileFaultsTest, NoDescriptorLeaksIntoAProgramStartedMeanwhile) {
     EXPECT_EQ(system.openFlags & O_CLOEXEC, O_CLOEXEC);
 }
 
+TEST_F(FileFaultsTest, CopyFileLeavesTheCopyingToTheKernel) {
+    TFaultySystem system;
+    system.kernelCopies = {-EINTR, 1, -EINTR, 100, 0, -EINTR};
+    EXPECT_TRUE(CopyFile(At("file"), At("copy")));
+    EXPECT_TRUE(system.kernelCopies.empty());
+    EXPECT_EQ(system.longestWrite, 0U);
+    EXPECT_TRUE(FileText(At("copy")) == TEXT);
+}
+
+TEST_F(FileFaultsTest, CopyFileCopiesWhatTheKernelDoesNot) {
+    for (const int error : {EXDEV, EINVAL, ENOSYS, EPERM, EIO}) {
+        TFaultySystem system;
+        system.kernelCopies = {static_cast<int>(CHUNK) + 1, -error};
+        EXPECT_TRUE(CopyFile(At("file"), At("copy")));
+        EXPECT_EQ(system.longestWrite, CHUNK);
+        EXPECT_TRUE(FileText(At("copy")) == TEXT) << error;
+    }
+}
+
+TEST_F(FileFaultsTest, CopyFileCopiesFilesThatTheKernelTakesForEmpty) {
+    EXPECT_TRUE(CopyFile("/proc/self/cmdline", At("copy")));
+    EXPECT_EQ(FileText(At("copy")), FileText("/proc/self/cmdline"));
+    EXPECT_NE(FileText(At("copy")), "");
+}
+
 TEST_F(FileFaultsTest, CopyFileRetriesInterruptedAndShortCalls) {
     TFaultySystem system;
+    system.kernelCopies = {-ENOSYS};
     system.reads = {-EINTR, 100, 0, -EINTR};
     system.writes = {-EINTR, 1, -EINTR, 50, 0, 8000, -EINTR};
     EXPECT_TRUE(CopyFile(At("file"), At("copy")));
@@ -133,6 +159,7 @@ TEST_F(FileFaultsTest, CopyFileRetriesInterruptedAndShortCalls) {
 
 TEST_F(FileFaultsTest, CopyFileCopiesInChunks) {
     TFaultySystem system;
+    system.kernelCopies = {-ENOSYS};
     EXPECT_TRUE(CopyFile(At("file"), At("copy")));
     EXPECT_EQ(system.longestRead, CHUNK);
     EXPECT_EQ(system.longestWrite, CHUNK);
@@ -140,6 +167,7 @@ TEST_F(FileFaultsTest, CopyFileCopiesInChunks) {
 
 TEST_F(FileFaultsTest, CopyFileFailsWhenReadingFails) {
     TFaultySystem system;
+    system.kernelCopies = {-ENOSYS};
     system.reads = {0, -EIO};
     system.closes = {-EBADF, -EBADF};
     EXPECT_FALSE(CopyFile(At("file"), At("copy")));
@@ -149,6 +177,7 @@ TEST_F(FileFaultsTest, CopyFileFailsWhenReadingFails) {
 
 TEST_F(FileFaultsTest, CopyFileFailsWhenWritingFails) {
     TFaultySystem system;
+    system.kernelCopies = {-ENOSYS};
     system.writes = {0, 3, -ENOSPC};
     system.closes = {-EBADF, -EBADF};
     EXPECT_FALSE(CopyFile(At("file"), At("copy")));
