@@ -79,4 +79,11 @@ void StoreBytes(tZeltoLongParamRequest& request, const char* bytes, std::size_t 
     request.size = static_cast<std::uint32_t>(size);
 }
 
+void StoreText(tZeltoLongParamRequest& request, std::string_view text) {
+    std::unique_ptr<char[]> value = NewArray<char>(text.size() + 1);
+    std::copy(text.begin(), text.end(), value.get());
+    request.value = value.release();
+    request.size = static_cast<std::uint32_t>(text.size() + 1);
+}
+
 } // namespace zelto

@@ -12,6 +12,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -42,9 +43,11 @@ void StoreIds(tZeltoObjectIdsRequest& request, const std::vector<int>& ids);
 // One parameter: the first 255 bytes of both texts.
 void StoreParam(tZeltoParam& record, const TZeltoApplication::TZeltoAppParam& param);
 
-// These two leave the record's earlier array alone: the caller has released it, or lives with it.
+// These leave the record's earlier array alone: the caller has released it, or lives with it.
 void StoreIndexMap(tZeltoIndexMapRequest& request, const TIndexMap& indexMap);
 void StoreBytes(tZeltoLongParamRequest& request, const char* bytes, std::size_t size);
+// The text and its terminator.
+void StoreText(tZeltoLongParamRequest& request, std::string_view text);
 
 } // namespace zelto
 

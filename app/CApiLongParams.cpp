@@ -2,7 +2,7 @@
 #include "app/CApiState.h"
 #include "app/RequestBodies.h"
 #include "app/RequestRunner.h"
-#include "protocol/ParamEntries.h"
+#include "protocol/MessageBody.h"
 #include "protocol/RequestNames.h"
 #include "utils/FixedText.h"
 #include "zelto/ZeltoAppLib.h"
@@ -15,13 +15,11 @@ int zeltoAppLibGetLongParam(tZeltoLongParamRequest* request) {
     if (request == nullptr) {
         return ZELTO_APP_NULL;
     }
-    const auto build = [request](TZeltoJsonObject& body) {
-        zelto::SetName(body, zelto::ReadField(request->name));
+    const auto build = [request](zelto::TPlainWriter& body) {
+        zelto::WriteName(body, zelto::ReadField(request->name));
     };
-    const auto read = [request](const TZeltoJsonObject& answer) {
-        const std::string value =
-            answer.GetJsonValue<const char*>(zelto::ValueOf(answer, zelto::KEY_VALUE), "");
-        zelto::StoreBytes(*request, value.c_str(), value.size() + 1);
+    const auto read = [request](const std::string& answer) {
+        zelto::StoreText(*request, zelto::TMessageBody(answer).Text(zelto::BODY_VALUE));
     };
     return zelto::RunRequest(zelto::CApiIpc(), zelto::METHOD_GET_LONG_PARAM, build, read);
 }
@@ -31,7 +29,7 @@ int zeltoAppLibSetLongParam(tZeltoLongParamRequest* request, bool commit) {
         return ZELTO_APP_NULL;
     }
     return zelto::RunRequest(
-        zelto::CApiIpc(), zelto::METHOD_SET_LONG_PARAM, [request, commit](TZeltoJsonObject& body) {
-            zelto::SetAssignment(body, zelto::ReadField(request->name), request->value, commit);
+        zelto::CApiIpc(), zelto::METHOD_SET_LONG_PARAM, [request, commit](zelto::TPlainWriter& body) {
+            zelto::WriteAssignment(body, zelto::ReadField(request->name), request->value, commit);
         });
 }

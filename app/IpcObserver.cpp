@@ -1,28 +1,24 @@
 #include "app/IpcObserver.h"
 
-#include "protocol/ParamEntries.h"
-#include "protocol/RequestNames.h"
+#include "protocol/MessageBody.h"
 #include "zelto/TZeltoApplication.h"
 #include "zelto/TZeltoDataMapper.h"
-#include "zelto/TZeltoJsonObject.h"
 
 namespace {
 
 using TClientState = IZeltoCpeClientStateObserver::TZeltoCpeClientState;
 
 void NotifyClientState(TZeltoApplication& application, tZeltoPltEventType type, const std::string& payload) {
-    TZeltoJsonObject event;
-    (void)event.DecodeFromString(payload); // what cannot be decoded has no keys
+    const zelto::TMessageBody event(payload);
     application.NotifyCpeClientStateObservers(static_cast<TClientState>(type),
-                                              zelto::TextIn(event, zelto::KEY_MAC_ADDRESS),
-                                              zelto::TextIn(event, zelto::KEY_HOST_NAME));
+                                              std::string(event.Text(zelto::BODY_MAC_ADDRESS)),
+                                              std::string(event.Text(zelto::BODY_HOST_NAME)));
 }
 
 void NotifyDataModelChange(TZeltoApplication& application, const std::string& payload) {
-    TZeltoJsonObject event;
-    (void)event.DecodeFromString(payload);
-    application.NotifyDataModelChangeObservers(zelto::TextIn(event, zelto::KEY_DATA_MODEL_NAME),
-                                               zelto::TextIn(event, zelto::KEY_DATA_MODEL_VALUE));
+    const zelto::TMessageBody event(payload);
+    application.NotifyDataModelChangeObservers(std::string(event.Text(zelto::BODY_DATA_MODEL_NAME)),
+                                               std::string(event.Text(zelto::BODY_DATA_MODEL_VALUE)));
 }
 
 } // namespace

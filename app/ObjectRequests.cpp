@@ -6,8 +6,8 @@
 
 namespace {
 
-void SetPath(TZeltoJsonObject& body, const char* key, const std::string& path) {
-    zelto::SetText(body, key, path, "object path");
+void WritePath(zelto::TPlainWriter& body, const char* key, const std::string& path) {
+    body.Text(key, path, "object path");
 }
 
 } // namespace
@@ -15,22 +15,23 @@ void SetPath(TZeltoJsonObject& body, const char* key, const std::string& path) {
 int TZeltoApplication::AddObject(const std::string& object, int& instanceId) {
     return zelto::RunRequest(
         *ipc, zelto::METHOD_ADD_OBJECT_INSTANCE,
-        [&](TZeltoJsonObject& body) { SetPath(body, zelto::KEY_OBJ, object); },
-        [&](const TZeltoJsonObject& response) {
-            instanceId = zelto::IntegerValue(zelto::ValueOf(response, zelto::KEY_ID));
+        [&](zelto::TPlainWriter& body) { WritePath(body, zelto::KEY_OBJ, object); },
+        [&](const std::string& answer) {
+            instanceId = zelto::IntegerValue(zelto::ValueOf(zelto::Decoded(answer), zelto::KEY_ID));
         });
 }
 
 int TZeltoApplication::RemoveObject(const std::string& object) {
     return zelto::RunRequest(*ipc, zelto::METHOD_DELETE_OBJECT_INSTANCE,
-                             [&](TZeltoJsonObject& body) { SetPath(body, zelto::KEY_OBJ, object); });
+                             [&](zelto::TPlainWriter& body) { WritePath(body, zelto::KEY_OBJ, object); });
 }
 
 int TZeltoApplication::GetObjectIds(const std::string& object, std::vector<int>& ids) {
     return zelto::RunRequest(
         *ipc, zelto::METHOD_GET_OBJECT_INSTANCES,
-        [&](TZeltoJsonObject& body) { SetPath(body, zelto::KEY_OBJ, object); },
-        [&](const TZeltoJsonObject& response) {
+        [&](zelto::TPlainWriter& body) { WritePath(body, zelto::KEY_OBJ, object); },
+        [&](const std::string& answer) {
+            const TZeltoJsonObject response = zelto::Decoded(answer);
             const json_t* const answered = zelto::ValueOf(response, zelto::KEY_IDS);
             ids.clear();
             ids.reserve(zelto::ElementCount(answered));
@@ -43,18 +44,18 @@ int TZeltoApplication::GetObjectIds(const std::string& object, std::vector<int>&
 int TZeltoApplication::GetObject(const std::string& root, std::vector<TZeltoAppParam>& params) {
     return zelto::RunRequest(
         *ipc, zelto::METHOD_GET_OBJECT,
-        [&](TZeltoJsonObject& body) {
-            zelto::SetNames(body, params);
-            SetPath(body, zelto::KEY_ROOT, root);
+        [&](zelto::TPlainWriter& body) {
+            zelto::WriteNames(body, params);
+            WritePath(body, zelto::KEY_ROOT, root);
         },
-        [&](const TZeltoJsonObject& response) { PopulateParamArray(response, params); });
+        [&](const std::string& answer) { zelto::ReadParams(answer, params); });
 }
 
 int TZeltoApplication::SetObject(const std::string& root, const std::vector<TZeltoAppParam>& params,
                                  bool commit) {
-    return zelto::RunRequest(*ipc, zelto::METHOD_SET_OBJECT, [&](TZeltoJsonObject& body) {
-        ParamArrayToJson(params, body);
-        SetPath(body, zelto::KEY_ROOT, root);
-        zelto::SetFlag(body, zelto::KEY_COMMIT, commit);
+    return zelto::RunRequest(*ipc, zelto::METHOD_SET_OBJECT, [&](zelto::TPlainWriter& body) {
+        zelto::WriteParams(body, params);
+        WritePath(body, zelto::KEY_ROOT, root);
+        body.Flag(zelto::KEY_COMMIT, commit);
     });
 }

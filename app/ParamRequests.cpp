@@ -20,8 +20,8 @@ zelto::TJsonHandle TakeObject(json_t* element) {
 
 int TZeltoApplication::GetParam(const std::string& name, std::vector<TZeltoAppParam>& params) {
     return zelto::RunRequest(
-        *ipc, zelto::METHOD_GET_PARAM, [&](TZeltoJsonObject& body) { zelto::SetName(body, name); },
-        [&](const TZeltoJsonObject& response) { PopulateParamArray(response, params); });
+        *ipc, zelto::METHOD_GET_PARAM, [&](zelto::TPlainWriter& body) { zelto::WriteName(body, name); },
+        [&](const std::string& answer) { zelto::ReadParams(answer, params); });
 }
 
 int TZeltoApplication::GetParam(const std::string& name, std::string& value) {
@@ -35,8 +35,9 @@ int TZeltoApplication::GetParam(const std::string& name, std::string& value) {
 
 int TZeltoApplication::GetParam(const std::string& name, TZeltoJsonObject& result) {
     return zelto::RunRequest(
-        *ipc, zelto::METHOD_GET_PARAM, [&](TZeltoJsonObject& body) { zelto::SetName(body, name); },
-        [&](const TZeltoJsonObject& response) {
+        *ipc, zelto::METHOD_GET_PARAM, [&](zelto::TPlainWriter& body) { zelto::WriteName(body, name); },
+        [&](const std::string& answer) {
+            const TZeltoJsonObject response = zelto::Decoded(answer);
             const json_t* const answered = zelto::ValueOf(response, zelto::KEY_PARAMS);
             zelto::TJsonHandle entries;
             for (std::size_t index = 0; index < zelto::ElementCount(answered); ++index) {
@@ -47,15 +48,16 @@ int TZeltoApplication::GetParam(const std::string& name, TZeltoJsonObject& resul
 }
 
 int TZeltoApplication::SetParam(const std::string& name, const std::string& value, bool commit) {
-    return zelto::RunRequest(*ipc, zelto::METHOD_SET_PARAM, [&](TZeltoJsonObject& body) {
-        zelto::SetAssignment(body, name, value, commit);
+    return zelto::RunRequest(*ipc, zelto::METHOD_SET_PARAM, [&](zelto::TPlainWriter& body) {
+        zelto::WriteAssignment(body, name, value, commit);
     });
 }
 
 int TZeltoApplication::GetParamArray(std::vector<TZeltoAppParam>& params) {
     return zelto::RunRequest(
-        *ipc, zelto::METHOD_GET_PARAM_ARRAY, [&](TZeltoJsonObject& body) { zelto::SetNames(body, params); },
-        [&](const TZeltoJsonObject& response) { PopulateParamArray(response, params); });
+        *ipc, zelto::METHOD_GET_PARAM_ARRAY,
+        [&](zelto::TPlainWriter& body) { zelto::WriteNames(body, params); },
+        [&](const std::string& answer) { zelto::ReadParams(answer, params); });
 }
 
 int TZeltoApplication::GetParamArray(const std::vector<std::string>& names,
@@ -81,10 +83,10 @@ int TZeltoApplication::GetParamArray(const std::vector<std::string>& names,
 }
 
 int TZeltoApplication::SetParamArray(const std::vector<TZeltoAppParam>& params, bool commit) {
-    return zelto::RunRequest(*ipc, zelto::METHOD_SET_PARAM_ARRAY, [&](TZeltoJsonObject& body) {
-        ParamArrayToJson(params, body);
+    return zelto::RunRequest(*ipc, zelto::METHOD_SET_PARAM_ARRAY, [&](zelto::TPlainWriter& body) {
+        zelto::WriteParams(body, params);
         // Beside the list, although the manager looks for it in each entry: both sides are fixed.
-        zelto::SetFlag(body, zelto::KEY_COMMIT, commit);
+        body.Flag(zelto::KEY_COMMIT, commit);
     });
 }
 

@@ -8,9 +8,9 @@
 namespace {
 
 // No method name carries the type of a remote request, so its body does.
-TZeltoJsonObject NewBody(const char* requestType) {
-    TZeltoJsonObject body;
-    zelto::SetText(body, zelto::KEY_REQUEST_TYPE, requestType, "request type");
+zelto::TPlainWriter NewBody(const char* requestType) {
+    zelto::TPlainWriter body;
+    body.Text(zelto::KEY_REQUEST_TYPE, requestType, "request type");
     return body;
 }
 
@@ -27,27 +27,24 @@ bool HasSucceeded(const TZeltoJsonObject& response) {
 
 int TZeltoApplication::SetParamRemote(const std::string& address, const std::string& name,
                                       const std::string& value, bool commit) {
-    TZeltoJsonObject body = NewBody(zelto::METHOD_NAMES[zelto::METHOD_SET_PARAM]);
-    zelto::SetAssignment(body, name, value, commit);
+    zelto::TPlainWriter body = NewBody(zelto::METHOD_NAMES[zelto::METHOD_SET_PARAM]);
+    zelto::WriteAssignment(body, name, value, commit);
     std::string answer;
-    if (!PerformRemoteRequest(body.EncodeToString(), address, answer, nullptr)) {
+    if (!PerformRemoteRequest(body.Take(), address, answer, nullptr)) {
         return -1;
     }
-    TZeltoJsonObject response;
-    (void)response.DecodeFromString(answer); // what cannot be decoded has no status
-    return HasSucceeded(response) ? 0 : -1;
+    return HasSucceeded(zelto::Decoded(answer)) ? 0 : -1;
 }
 
 int TZeltoApplication::GetParamRemote(const std::string& address, const std::string& name,
                                       std::vector<TZeltoAppParam>& params) {
-    TZeltoJsonObject body = NewBody(zelto::METHOD_NAMES[zelto::METHOD_GET_PARAM]);
-    zelto::SetName(body, name);
+    zelto::TPlainWriter body = NewBody(zelto::METHOD_NAMES[zelto::METHOD_GET_PARAM]);
+    zelto::WriteName(body, name);
     std::string answer;
-    if (!PerformRemoteRequest(body.EncodeToString(), address, answer, nullptr)) {
+    if (!PerformRemoteRequest(body.Take(), address, answer, nullptr)) {
         return -1;
     }
-    TZeltoJsonObject response;
-    (void)response.DecodeFromString(answer);
+    const TZeltoJsonObject response = zelto::Decoded(answer);
     if (!HasSucceeded(response)) {
         return -1;
     }
@@ -57,10 +54,10 @@ int TZeltoApplication::GetParamRemote(const std::string& address, const std::str
 
 int TZeltoApplication::GetFileRemote(const std::string& address, const std::string& fileName,
                                      std::vector<char>& fileData) {
-    TZeltoJsonObject body = NewBody(zelto::GET_FILE_REQUEST);
-    zelto::SetText(body, zelto::KEY_FILE_NAME, fileName, "file name");
+    zelto::TPlainWriter body = NewBody(zelto::GET_FILE_REQUEST);
+    body.Text(zelto::KEY_FILE_NAME, fileName, "file name");
     std::string answer;
-    if (!PerformRemoteRequest(body.EncodeToString(), address, answer, &fileData)) {
+    if (!PerformRemoteRequest(body.Take(), address, answer, &fileData)) {
         return -1;
     }
     TZeltoJsonObject response;

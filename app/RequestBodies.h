@@ -1,7 +1,8 @@
-// Pieces that the bodies of parameter and object requests have in common.
+// Pieces that the bodies of requests and answers have in common.
 #ifndef ZELTO_APP_REQUEST_BODIES_H
 #define ZELTO_APP_REQUEST_BODIES_H
 
+#include "protocol/PlainWriter.h"
 #include "zelto/TZeltoApplication.h"
 #include "zelto/TZeltoJsonObject.h"
 
@@ -10,14 +11,23 @@
 
 namespace zelto {
 
-// Sets "NAME". Throws std::runtime_error when the name is not UTF-8.
-void SetName(TZeltoJsonObject& body, const std::string& name);
+// Those that write throw std::runtime_error naming the parameter when a text is not UTF-8.
 
-// Sets "NAME", "VALUE" and "COMMIT". Throws std::runtime_error naming the parameter when a text is not UTF-8.
-void SetAssignment(TZeltoJsonObject& body, const std::string& name, const std::string& value, bool commit);
+// "NAME".
+void WriteName(TPlainWriter& body, const std::string& name);
 
-// Sets "PARAMS" to one name entry for each parameter, or to null when there are none.
-void SetNames(TZeltoJsonObject& body, const std::vector<TZeltoApplication::TZeltoAppParam>& params);
+// "NAME", "VALUE" and "COMMIT".
+void WriteAssignment(TPlainWriter& body, const std::string& name, const std::string& value, bool commit);
+
+// "PARAMS" with one name entry, or one parameter entry, for each parameter; null when there are none.
+void WriteNames(TPlainWriter& body, const std::vector<TZeltoApplication::TZeltoAppParam>& params);
+void WriteParams(TPlainWriter& body, const std::vector<TZeltoApplication::TZeltoAppParam>& params);
+
+// Replaces the list by the parameter entries of an answer.
+void ReadParams(const std::string& answer, std::vector<TZeltoApplication::TZeltoAppParam>& params);
+
+// The document of an answer; one without keys when it cannot be decoded.
+TZeltoJsonObject Decoded(const std::string& answer);
 
 } // namespace zelto
 

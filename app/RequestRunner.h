@@ -3,11 +3,11 @@
 #ifndef ZELTO_APP_REQUEST_RUNNER_H
 #define ZELTO_APP_REQUEST_RUNNER_H
 
+#include "protocol/PlainWriter.h"
 #include "protocol/RequestNames.h"
 #include "utils/Log.h"
 #include "zelto/TZeltoDataMapper.h"
 #include "zelto/TZeltoIpc.h"
-#include "zelto/TZeltoJsonObject.h"
 
 #include <stdexcept>
 #include <string>
@@ -35,21 +35,18 @@ inline int CallManager(TZeltoIpc& ipc, TRequestMethod method, const std::string&
     return TZeltoDataMapper::GetInstance()->MapRcPltToCmn(result);
 }
 
-// A request with an answer. `build(TZeltoJsonObject&)` fills the empty body; `read(const TZeltoJsonObject&)`
-// gets the decoded answer, on success only. An answer that is no JSON reads as an empty one.
+// A request with an answer. `build(TPlainWriter&)` writes the body; `read(const std::string&)` gets the text
+// of the answer, on success only.
 template <typename TBuild, typename TRead>
 int RunRequest(TZeltoIpc& ipc, TRequestMethod method, const TBuild& build, const TRead& read) {
     return Guarded([&] {
-        TZeltoJsonObject body;
+        TPlainWriter body;
         build(body);
         std::string answer;
-        const int rc = CallManager(ipc, method, body.EncodeToString(), answer);
-        if (rc != 0) {
-            return rc;
+        const int rc = CallManager(ipc, method, body.Take(), answer);
+        if (rc == 0) {
+            read(answer);
         }
-        TZeltoJsonObject response;
-        (void)response.DecodeFromString(answer); // what cannot be decoded has no keys
-        read(response);
         return rc;
     });
 }
@@ -57,12 +54,7 @@ int RunRequest(TZeltoIpc& ipc, TRequestMethod method, const TBuild& build, const
 // A request whose answer has no body.
 template <typename TBuild>
 int RunRequest(TZeltoIpc& ipc, TRequestMethod method, const TBuild& build) {
-    return Guarded([&] {
-        TZeltoJsonObject body;
-        build(body);
-        std::string unread;
-        return CallManager(ipc, method, body.EncodeToString(), unread);
-    });
+    return RunRequest(ipc, method, build, [](const std::string& /*unread*/) {});
 }
 
 } // namespace zelto

@@ -1,12 +1,11 @@
 // The one road by which requests reach the platform operations: decode, expand, call, encode.
 
-#include "data/JsonHandle.h"
 #include "platform/PlatformLib.h"
 #include "platform/Wildcards.h"
-#include "protocol/ParamEntries.h"
+#include "protocol/MessageBody.h"
+#include "protocol/PlainWriter.h"
 #include "protocol/RequestNames.h"
 #include "utils/Log.h"
-#include "zelto/TZeltoJsonObject.h"
 #include "zelto/ZeltoPlatformNames.h"
 #include "zelto/ZeltoPlatformOps.h"
 
@@ -15,6 +14,7 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 namespace zelto {
@@ -23,45 +23,42 @@ namespace {
 
 constexpr int SUCCESS = 0;
 constexpr int FAILURE = -1;
-constexpr const char* DEFAULT_OBJECT = "Device.";
+constexpr std::string_view DEFAULT_OBJECT = "Device.";
 constexpr char MARK = '@';
 
 struct TFree {
     void operator()(void* memory) const { std::free(memory); }
 };
 
-std::string TextProperty(const TZeltoJsonObject& request, const char* key, const char* fallback = "") {
-    const json_t* const value = ValueOf(request, key);
-    return json_is_string(value) ? json_string_value(value) : fallback;
+std::string TextProperty(const TMessageBody& request, TBodyText key) {
+    return std::string(request.Text(key));
 }
 
-bool FlagProperty(const TZeltoJsonObject& request, const char* key) {
-    return json_is_true(ValueOf(request, key));
-}
-
-std::string ObjectPath(const TZeltoJsonObject& request, const char* key) {
-    std::string path = TextProperty(request, key, DEFAULT_OBJECT);
+std::string ObjectPath(const TMessageBody& request, TBodyText key) {
+    const std::string_view given = request.Text(key);
+    std::string path(given.data() != nullptr ? given : DEFAULT_OBJECT);
     if (path.empty() || path.back() != '.') {
         path += '.';
     }
     return path;
 }
 
-// A value that is not UTF-8 cannot be carried; one odd host name must not fail a whole table.
-TJsonHandle MakeValue(const std::string& name, const std::string& value) {
-    TJsonHandle text(json_string(value.c_str()));
-    if (!text) {
-        qvLogging_log(LOG_LEVEL_ERROR, "\"The value of %s is not valid UTF-8\"", name.c_str());
-        text.reset(json_null());
-    }
-    return text;
+void WriteName(TPlainWriter& answer, const std::string& name) {
+    answer.Text(KEY_NAME, name, "parameter name");
 }
 
-void AppendEntry(json_t* entries, const std::string& name, const std::string& value) {
-    TJsonHandle entry = MakeNameEntry(name);
-    // Can fail only for want of memory; the entry then lacks its value, which reads as empty.
-    static_cast<void>(json_object_set_new(entry.get(), KEY_VALUE, MakeValue(name, value).release()));
-    static_cast<void>(json_array_append_new(entries, entry.release()));
+// A value that is not UTF-8 cannot be carried; one odd host name must not fail a whole table.
+void WriteValue(TPlainWriter& answer, const std::string& name, const std::string& value) {
+    if (!answer.TextOrNull(KEY_VALUE, value)) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"The value of %s is not valid UTF-8\"", name.c_str());
+    }
+}
+
+void WriteEntry(TPlainWriter& answer, const std::string& name, const std::string& value) {
+    answer.BeginObject();
+    WriteName(answer, name);
+    WriteValue(answer, name, value);
+    answer.EndObject();
 }
 
 int ReadValue(const std::string& name, bool fromWildcard, std::string& value) {
@@ -72,7 +69,7 @@ int ReadValue(const std::string& name, bool fromWildcard, std::string& value) {
     return SUCCESS;
 }
 
-int WriteValue(const std::string& name, const std::string& value, bool commit, bool fromWildcard) {
+int SetValue(const std::string& name, const std::string& value, bool commit, bool fromWildcard) {
     if (zeltoPlatLibSetParam(name, value, commit, fromWildcard) != 0) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"zeltoPlatLibSetParam(%s, %s) failed\"", name.c_str(),
                       value.c_str());
@@ -81,8 +78,8 @@ int WriteValue(const std::string& name, const std::string& value, bool commit, b
     return SUCCESS;
 }
 
-// Appends the entries that a name stands for. Answers are in the application's numbering.
-int ReadNames(std::string requested, json_t* entries) {
+// Writes the entries that a name stands for. Answers are in the application's numbering.
+int ReadNames(std::string requested, TPlainWriter& answer) {
     TExpandedNames expanded = ExpandName(std::move(requested));
     for (std::string& name : expanded.names) {
         std::string value;
@@ -92,74 +89,67 @@ int ReadNames(std::string requested, json_t* entries) {
         if (expanded.fromWildcard && name.front() != MARK) {
             referResponseIndexMap(name);
         }
-        AppendEntry(entries, name, value);
+        WriteEntry(answer, name, value);
     }
     return expanded.names.empty() ? FAILURE : SUCCESS;
 }
 
-int WriteNames(std::string requested, const std::string& value, bool commit) {
+int SetNames(std::string requested, const std::string& value, bool commit) {
     const TExpandedNames expanded = ExpandName(std::move(requested));
     for (const std::string& name : expanded.names) {
-        if (WriteValue(name, value, commit, expanded.fromWildcard) != SUCCESS) {
+        if (SetValue(name, value, commit, expanded.fromWildcard) != SUCCESS) {
             return FAILURE;
         }
     }
     return expanded.names.empty() ? FAILURE : SUCCESS;
 }
 
-int GetParam(const TZeltoJsonObject& request, TZeltoJsonObject& answer) {
-    TJsonHandle entries(json_array());
-    if (ReadNames(TextProperty(request, KEY_NAME), entries.get()) != SUCCESS) {
-        return FAILURE;
-    }
-    answer.SetJsonObject(KEY_PARAMS, entries.release());
-    return SUCCESS;
+int GetParam(const TMessageBody& request, TPlainWriter& answer) {
+    answer.BeginList(KEY_PARAMS);
+    const int status = ReadNames(TextProperty(request, BODY_NAME), answer);
+    answer.EndList();
+    return status;
 }
 
-int SetParam(const TZeltoJsonObject& request, TZeltoJsonObject&) {
-    return WriteNames(TextProperty(request, KEY_NAME), TextProperty(request, KEY_VALUE),
-                      FlagProperty(request, KEY_COMMIT));
+int SetParam(const TMessageBody& request, TPlainWriter&) {
+    return SetNames(TextProperty(request, BODY_NAME), TextProperty(request, BODY_VALUE), request.Commit());
 }
 
-int GetLongParam(const TZeltoJsonObject& request, TZeltoJsonObject& answer) {
-    const std::string name = TextProperty(request, KEY_NAME);
+int GetLongParam(const TMessageBody& request, TPlainWriter& answer) {
+    const std::string name = TextProperty(request, BODY_NAME);
     std::string value;
     if (ReadValue(name, false, value) != SUCCESS) {
         return FAILURE;
     }
-    answer.SetJsonObject(KEY_VALUE, MakeValue(name, value).release());
+    WriteValue(answer, name, value);
     return SUCCESS;
 }
 
-int SetLongParam(const TZeltoJsonObject& request, TZeltoJsonObject&) {
-    return WriteValue(TextProperty(request, KEY_NAME), TextProperty(request, KEY_VALUE),
-                      FlagProperty(request, KEY_COMMIT), false);
+int SetLongParam(const TMessageBody& request, TPlainWriter&) {
+    return SetValue(TextProperty(request, BODY_NAME), TextProperty(request, BODY_VALUE), request.Commit(),
+                    false);
 }
 
-int GetParamArray(const TZeltoJsonObject& request, TZeltoJsonObject& answer) {
-    const json_t* const params = ValueOf(request, KEY_PARAMS);
-    TJsonHandle entries(json_array());
-    for (std::size_t i = 0; i < ElementCount(params); ++i) {
-        if (ReadNames(TextOf(ElementAt(params, i), KEY_NAME), entries.get()) != SUCCESS) {
+int GetParamArray(const TMessageBody& request, TPlainWriter& answer) {
+    answer.BeginList(KEY_PARAMS);
+    for (const TBodyEntry& entry : request.Params()) {
+        if (ReadNames(std::string(entry.name), answer) != SUCCESS) {
             return FAILURE;
         }
     }
-    answer.SetJsonObject(KEY_PARAMS, entries.release());
+    answer.EndList();
     return SUCCESS;
 }
 
-int SetParamArray(const TZeltoJsonObject& request, TZeltoJsonObject&) {
-    const json_t* const params = ValueOf(request, KEY_PARAMS);
-    if (ElementCount(params) == 0) {
+int SetParamArray(const TMessageBody& request, TPlainWriter&) {
+    if (request.Params().empty()) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"%s request without parameters\"",
                       METHOD_NAMES[METHOD_SET_PARAM_ARRAY]);
         return FAILURE;
     }
-    for (std::size_t i = 0; i < ElementCount(params); ++i) {
-        const json_t* const entry = ElementAt(params, i);
+    for (const TBodyEntry& entry : request.Params()) {
         // The flag of each element counts. One at the top, as applications send it, is not looked at.
-        if (WriteNames(TextOf(entry, KEY_NAME), TextOf(entry, KEY_VALUE), FlagOf(entry, KEY_COMMIT)) !=
-            SUCCESS) {
+        if (SetNames(std::string(entry.name), std::string(entry.value), entry.commit) != SUCCESS) {
             return FAILURE;
         }
     }
@@ -167,104 +157,98 @@ int SetParamArray(const TZeltoJsonObject& request, TZeltoJsonObject&) {
 }
 
 // The elements of an object request, wildcards expanded in place. False when one of them expands to nothing.
-bool ReadElements(const TZeltoJsonObject& request, std::vector<TZeltoPlatLibObject>& elements) {
-    const json_t* const params = ValueOf(request, KEY_PARAMS);
-    elements.reserve(ElementCount(params));
-    for (std::size_t i = 0; i < ElementCount(params); ++i) {
-        const json_t* const entry = ElementAt(params, i);
-        TExpandedNames expanded = ExpandName(TextOf(entry, KEY_NAME));
+bool ReadElements(const TMessageBody& request, std::vector<TZeltoPlatLibObject>& elements) {
+    elements.reserve(request.Params().size());
+    for (const TBodyEntry& entry : request.Params()) {
+        TExpandedNames expanded = ExpandName(std::string(entry.name));
         if (expanded.names.empty()) {
             return false;
         }
         for (std::string& name : expanded.names) {
-            elements.push_back({std::move(name), TextOf(entry, KEY_VALUE), expanded.fromWildcard});
+            elements.push_back({std::move(name), std::string(entry.value), expanded.fromWildcard});
         }
     }
     return true;
 }
 
-int GetObject(const TZeltoJsonObject& request, TZeltoJsonObject& answer) {
+int GetObject(const TMessageBody& request, TPlainWriter& answer) {
     std::vector<TZeltoPlatLibObject> names;
     std::vector<std::pair<std::string, std::string>> result;
     if (!ReadElements(request, names) ||
-        zeltoPlatLibGetObject(ObjectPath(request, KEY_ROOT).c_str(), names, result) != 0) {
+        zeltoPlatLibGetObject(ObjectPath(request, BODY_ROOT).c_str(), names, result) != 0) {
         return FAILURE;
     }
-    TJsonHandle entries(json_array());
+    answer.BeginList(KEY_PARAMS);
     for (const auto& [name, value] : result) {
-        AppendEntry(entries.get(), name, value);
+        WriteEntry(answer, name, value);
     }
-    answer.SetJsonObject(KEY_PARAMS, entries.release());
+    answer.EndList();
     return SUCCESS;
 }
 
-int SetObject(const TZeltoJsonObject& request, TZeltoJsonObject&) {
+int SetObject(const TMessageBody& request, TPlainWriter&) {
     std::vector<TZeltoPlatLibObject> params;
     if (!ReadElements(request, params)) {
         return FAILURE;
     }
-    return zeltoPlatLibSetObject(ObjectPath(request, KEY_ROOT).c_str(), params,
-                                 FlagProperty(request, KEY_COMMIT));
+    return zeltoPlatLibSetObject(ObjectPath(request, BODY_ROOT).c_str(), params, request.Commit());
 }
 
-int AddObjectInstance(const TZeltoJsonObject& request, TZeltoJsonObject& answer) {
+int AddObjectInstance(const TMessageBody& request, TPlainWriter& answer) {
     int id = 0;
-    if (zeltoPlatLibAddObjectInstance(ObjectPath(request, KEY_OBJ).c_str(), &id) != 0) {
+    if (zeltoPlatLibAddObjectInstance(ObjectPath(request, BODY_OBJ).c_str(), &id) != 0) {
         return FAILURE;
     }
-    answer.SetJsonObject(KEY_ID, json_integer(id));
+    answer.Integer(KEY_ID, id);
     return SUCCESS;
 }
 
-int DeleteObjectInstance(const TZeltoJsonObject& request, TZeltoJsonObject&) {
-    return zeltoPlatLibDelObjectInstance(ObjectPath(request, KEY_OBJ).c_str());
+int DeleteObjectInstance(const TMessageBody& request, TPlainWriter&) {
+    return zeltoPlatLibDelObjectInstance(ObjectPath(request, BODY_OBJ).c_str());
 }
 
-int GetObjectInstances(const TZeltoJsonObject& request, TZeltoJsonObject& answer) {
+int GetObjectInstances(const TMessageBody& request, TPlainWriter& answer) {
     int count = 0;
     int* ids = nullptr;
-    if (zeltoPlatLibGetObjectIds(ObjectPath(request, KEY_OBJ).c_str(), &count, &ids) != 0) {
+    if (zeltoPlatLibGetObjectIds(ObjectPath(request, BODY_OBJ).c_str(), &count, &ids) != 0) {
         return FAILURE;
     }
     const std::unique_ptr<int, TFree> owned(ids);
-    TJsonHandle array(json_array());
-    for (int i = 0; i < count; ++i) {
-        static_cast<void>(json_array_append_new(array.get(), json_integer(ids[i])));
-    }
-    answer.SetJsonObject(KEY_COUNT, json_integer(count));
-    answer.SetJsonObject(KEY_IDS, array.release());
+    answer.Integer(KEY_COUNT, count);
+    answer.BeginList(KEY_IDS);
+    std::for_each(ids, ids + count, [&answer](int id) { answer.Element(id); });
+    answer.EndList();
     return SUCCESS;
 }
 
-TJsonHandle MakeIndexPairs(const tZeltoNameIndexPairs& model) {
-    TJsonHandle pairs(json_array());
+void WriteIndexPairs(TPlainWriter& answer, const tZeltoNameIndexPairs& model) {
+    answer.BeginList(KEY_INDEX_MAP);
     for (int32_t i = 0; i < model.count; ++i) {
-        json_t* const pair = json_object();
-        static_cast<void>(json_object_set_new(pair, KEY_APP_INDEX, json_integer(model.pairs[i].appIndex)));
-        static_cast<void>(
-            json_object_set_new(pair, KEY_PLATFORM_INDEX, json_integer(model.pairs[i].platformIndex)));
-        static_cast<void>(json_array_append_new(pairs.get(), pair));
+        answer.BeginObject();
+        answer.Integer(KEY_APP_INDEX, model.pairs[i].appIndex);
+        answer.Integer(KEY_PLATFORM_INDEX, model.pairs[i].platformIndex);
+        answer.EndObject();
     }
-    return pairs;
+    answer.EndList();
 }
 
-int GetIndexMap(const TZeltoJsonObject&, TZeltoJsonObject& answer) {
-    TJsonHandle models(json_array());
+int GetIndexMap(const TMessageBody&, TPlainWriter& answer) {
     const std::size_t count = std::min(rootVector.size(), std::size(DataModelNameIndexPairs));
+    answer.BeginList(KEY_DATA_MODELS);
     for (std::size_t i = 0; i < count; ++i) {
-        TJsonHandle model = MakeNameEntry(rootVector[i]);
-        static_cast<void>(json_object_set_new(model.get(), KEY_INDEX_MAP,
-                                              MakeIndexPairs(DataModelNameIndexPairs[i]).release()));
-        static_cast<void>(json_array_append_new(models.get(), model.release()));
+        answer.BeginObject();
+        WriteName(answer, rootVector[i]);
+        WriteIndexPairs(answer, DataModelNameIndexPairs[i]);
+        answer.EndObject();
     }
-    answer.SetJsonObject(KEY_DATA_MODELS, models.release());
+    answer.EndList();
     return SUCCESS;
 }
 
 struct TMethodRow {
     TRequestMethod method;
-    // Fills the answer only on success; an answer left empty is not sent.
-    int (*work)(const TZeltoJsonObject& request, TZeltoJsonObject& answer);
+    // What is written is sent on success only; an answer without keys is not sent.
+    int (*work)(const TMessageBody& request, TPlainWriter& answer);
 };
 
 constexpr TMethodRow METHODS[] = {
@@ -301,38 +285,38 @@ const TMethodRow* FindMethod(const char* method) {
     return row != std::end(METHODS) ? row : nullptr;
 }
 
-// Works a request; `*output` receives the answer text when there is one.
-int WorkRequest(const TMethodRow& row, const char* input, char** output) {
-    TZeltoJsonObject request;
-    // A text that cannot be decoded reads as a request without keys. The index map's is not looked at.
-    if (row.method != METHOD_GET_INDEX_MAP) {
-        static_cast<void>(request.DecodeFromString(input));
-    }
-    TZeltoJsonObject answer;
+int WorkRequest(const TMethodRow& row, std::string_view input, std::string& output) {
+    // The index map's request is not looked at.
+    const TMessageBody request(row.method != METHOD_GET_INDEX_MAP ? input : "{}");
+    TPlainWriter answer;
     const int status = row.work(request, answer);
     if (status != SUCCESS || answer.IsEmpty()) {
         return status;
     }
-    const std::string encoded = answer.EncodeToString();
+    output = answer.Take();
     if (row.method == METHOD_GET_OBJECT) {
-        qvLogging_log(LOG_LEVEL_DEBUG, "\"Response Value: %s\"", encoded.c_str());
+        qvLogging_log(LOG_LEVEL_DEBUG, "\"Response Value: %s\"", output.c_str());
     }
-    char* const text = ::strdup(encoded.c_str());
-    if (text == nullptr) {
+    return SUCCESS;
+}
+
+// Answers a request; `output` becomes the text of the answer and stays as it was when there is none. A NUL
+// stands behind `input`.
+int HandleMethod(const char* method, std::string_view input, std::string& output) {
+    qvLogging_log(LOG_LEVEL_DEBUG, "\"Method - %s requested, input - %s\"", method, input.data());
+    const TMethodRow* const row = FindMethod(method);
+    if (row == nullptr) {
+        qvLogging_log(LOG_LEVEL_NOTICE, "\"Unknown request method %s\"", method);
         return FAILURE;
     }
-    *output = text;
-    return SUCCESS;
+    return WorkRequest(*row, input, output);
 }
 
 class TZeltoIpcMethodHandler : public IZeltoIpcMethodHandler {
 public:
     int OnMethodCall(const std::string& method, const std::string& request, std::string& result) override {
-        char* text = nullptr;
-        const int status = zeltoPlatformMethodsHandler(method.c_str(), request.c_str(), &text);
-        const std::unique_ptr<char, decltype(&zeltoPlatformDealloc)> owned(text, zeltoPlatformDealloc);
-        result = text != nullptr ? text : "";
-        return status;
+        result.clear();
+        return HandleMethod(method.c_str(), request, result);
     }
     ~TZeltoIpcMethodHandler() override = default;
 };
@@ -349,13 +333,16 @@ IZeltoIpcMethodHandler* PlatformMethodHandler() {
 } // namespace zelto
 
 int zeltoPlatformMethodsHandler(const char* method, const char* input, char** output) {
-    method = method != nullptr ? method : "";
-    input = input != nullptr ? input : "";
-    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Method - %s requested, input - %s\"", method, input);
-    const zelto::TMethodRow* const row = zelto::FindMethod(method);
-    if (row == nullptr) {
-        qvLogging_log(zelto::LOG_LEVEL_NOTICE, "\"Unknown request method %s\"", method);
-        return -1;
+    std::string answer;
+    const int status =
+        zelto::HandleMethod(method != nullptr ? method : "", input != nullptr ? input : "", answer);
+    if (answer.empty()) {
+        return status;
     }
-    return zelto::WorkRequest(*row, input, output);
+    char* const text = ::strdup(answer.c_str());
+    if (text == nullptr) {
+        return zelto::FAILURE;
+    }
+    *output = text;
+    return status;
 }

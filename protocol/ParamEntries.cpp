@@ -56,14 +56,6 @@ TJsonHandle MakeParamEntry(const std::string& name, const std::string& value) {
     return entry;
 }
 
-void SetText(TZeltoJsonObject& body, const char* key, const std::string& text, const std::string& what) {
-    body.SetJsonObject(key, MakeText(text, what).release());
-}
-
-void SetFlag(TZeltoJsonObject& body, const char* key, bool flag) {
-    body.SetJsonObject(key, json_boolean(flag));
-}
-
 std::size_t ElementCount(const json_t* array) {
     return json_array_size(array);
 }

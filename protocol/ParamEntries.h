@@ -24,10 +24,6 @@ TJsonHandle MakeText(const std::string& text, const std::string& what);
 TJsonHandle MakeNameEntry(const std::string& name);
 TJsonHandle MakeParamEntry(const std::string& name, const std::string& value);
 
-// Sets a key of `body` to a text; throws as MakeText.
-void SetText(TZeltoJsonObject& body, const char* key, const std::string& text, const std::string& what);
-void SetFlag(TZeltoJsonObject& body, const char* key, bool flag);
-
 // Number of elements of an array, 0 for any other kind, and one element, null past the end. Borrowed.
 std::size_t ElementCount(const json_t* array);
 json_t* ElementAt(const json_t* array, std::size_t index);

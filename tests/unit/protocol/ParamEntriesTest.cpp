@@ -105,26 +105,6 @@ TEST(MakeParamEntry, NamesTheParameterWhoseValueIsNotUtf8) {
                 testing::HasSubstr("Device.X.A"));
 }
 
-TEST(SetText, SetsAKey) {
-    TZeltoJsonObject body;
-    zelto::SetText(body, "ROOT", "Device.", "root");
-    EXPECT_EQ(body.EncodeToString(), R"({"ROOT": "Device."})");
-}
-
-TEST(SetText, LeavesTheBodyWhenTheTextIsNotUtf8) {
-    TZeltoJsonObject body;
-    EXPECT_THAT(ErrorOf([&] { zelto::SetText(body, "ROOT", "\xFF", "the root"); }),
-                testing::HasSubstr("the root"));
-    EXPECT_EQ(body.EncodeToString(), "{}");
-}
-
-TEST(SetFlag, SetsAKey) {
-    TZeltoJsonObject body;
-    zelto::SetFlag(body, "COMMIT", true);
-    zelto::SetFlag(body, "OTHER", false);
-    EXPECT_EQ(body.EncodeToString(), R"({"COMMIT": true, "OTHER": false})");
-}
-
 TEST(ElementCount, CountsAnArrayOnly) {
     EXPECT_EQ(zelto::ElementCount(Parsed("[1, 2]").get()), 2U);
     EXPECT_EQ(zelto::ElementCount(Parsed("[]").get()), 0U);
