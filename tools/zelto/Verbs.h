@@ -17,6 +17,7 @@ struct TContext {
 void AddParamVerbs(CLI::App& app, TContext& context);
 void AddObjectVerbs(CLI::App& app, TContext& context);
 void AddEventVerbs(CLI::App& app, TContext& context);
+void AddRemoteVerbs(CLI::App& app, TContext& context);
 
 } // namespace tool
 

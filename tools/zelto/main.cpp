@@ -43,6 +43,7 @@ int Run(int argc, char** argv) {
     tool::AddParamVerbs(app, context);
     tool::AddObjectVerbs(app, context);
     tool::AddEventVerbs(app, context);
+    tool::AddRemoteVerbs(app, context);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
