@@ -19,6 +19,7 @@ namespace {
 using TClock = TConnection::TClock;
 
 constexpr int ACCEPTED_AT_ONCE = 64;
+constexpr int SEND_BUFFER = 65536; // or the kernel would keep a whole large answer for each slow peer
 constexpr std::chrono::milliseconds ACCEPT_PAUSE{100};
 
 // The entries of a poll before those of the connections.
@@ -68,7 +69,9 @@ void TServer::Listen() {
     const std::string place = options.address.Text() + " port " + std::to_string(PORT);
     listener.Reset(socket(address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     const int reuse = 1;
+    const int sendBuffer = SEND_BUFFER; // of the peers too: they inherit it
     if (!listener || setsockopt(listener.Get(), SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse)) != 0 ||
+        setsockopt(listener.Get(), SOL_SOCKET, SO_SNDBUF, &sendBuffer, sizeof(sendBuffer)) != 0 ||
         bind(listener.Get(), reinterpret_cast<const sockaddr*>(&address), size) != 0 ||
         listen(listener.Get(), SOMAXCONN) != 0) {
         throw SystemError("cannot listen on " + place);
