@@ -4,6 +4,8 @@
 
 /* Marks a function, class or object that libzelto.so exports. */
 #define ZELTO_API __attribute__((visibility("default")))
+/* Marks a member of an exported class that is no part of the interface. */
+#define ZELTO_HIDDEN __attribute__((visibility("hidden")))
 
 #ifdef __cplusplus
 #define ZELTO_C_BEGIN extern "C" {
