@@ -165,7 +165,7 @@ TEST_F(Install, GivesDevWhatProgramsAreBuiltWith) {
 }
 
 TEST_F(Install, GivesToolsThePrograms) {
-    EXPECT_THAT(FilesOf("tools"), ElementsAre("bin/zelto", "bin/zelto-gateway"));
+    EXPECT_THAT(FilesOf("tools"), ElementsAre("bin/zelto", "bin/zelto-gateway", "bin/zelto-remoted"));
 }
 
 // The paths that the loader searches for what the file needs.
@@ -188,6 +188,7 @@ TEST_F(Install, LooksForLibrariesOnlyInItself) {
     }
     const std::vector<std::string> programPaths = {std::string("$ORIGIN/../") + LIB};
     EXPECT_THAT(paths, ElementsAre(Pair("bin/zelto", programPaths), Pair("bin/zelto-gateway", programPaths),
+                                   Pair("bin/zelto-remoted", programPaths),
                                    Pair(HasSubstr("libqv_logging"), IsEmpty()),
                                    Pair(HasSubstr("libzelto"), ElementsAre("$ORIGIN"))));
 }
@@ -205,6 +206,8 @@ TEST_F(Install, ProgramsRunFromTheTree) {
     EXPECT_EQ(Run({Tree() + "/bin/zelto", "--version"}).output, std::string("zelto ") + VERSION + "\n");
     EXPECT_EQ(Run({Tree() + "/bin/zelto-gateway", "--version"}).output,
               std::string("zelto-gateway ") + VERSION + "\n");
+    EXPECT_EQ(Run({Tree() + "/bin/zelto-remoted", "--version"}).output,
+              std::string("zelto-remoted ") + VERSION + "\n");
 }
 
 TEST_F(Install, ServesAProjectInCByItsCMakePackage) {
