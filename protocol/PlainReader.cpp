@@ -121,7 +121,7 @@ private:
 
     bool BodyValue(std::string_view key, TKeysMet& met, TBodyFields& fields) {
         if (key == PARAMS) {
-            return met.Meet(KEY_OF_PARAMS) && (List(fields.params) || Word("null"));
+            return met.Meet(KEY_OF_PARAMS) && (Word("null") || List(fields.params));
         }
         if (key == COMMIT) {
             return met.Meet(KEY_OF_COMMIT) && Flag(fields.commit);

@@ -35,6 +35,7 @@ const char* const BODIES[] = {
     R"({"PARAMS": [{"NAME": "a"} {"NAME": "b"}]})",
     R"({"PARAMS": [{"NAME": "a"},]})",
     R"({"PARAMS": [[{"NAME": "a"}]]})",
+    R"({"PARAMS": [{"NAME": ""null})",
     R"([{"NAME": "a"}])",
     "\xEF\xBB\xBF{}",
     "{\"NAME\": \"\x7F\xC3\xA4\"}",
