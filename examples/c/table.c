@@ -27,12 +27,12 @@ static int PrintIds(void) {
 
 /* A "*" stands for every instance number; the answer has an element for each. */
 static int PrintDescriptions(void) {
-    tZeltoParamArray array = {NULL, 0};
     uint32_t i;
     int code;
+    tZeltoParamArray array = {NULL, 0};
 
     zeltoAppLibAllocateParamArray(&array, 1);
-    (void)strcpy(array.params[0].name, TABLE "*.Description");
+    (void)strcpy(array.params[0].name, "Device.NAT.PortMapping.*.Description");
     code = zeltoAppLibGetParamArray(&array);
     for (i = 0; code == ZELTO_APP_OK && i < array.count; ++i) {
         (void)printf("%s = %s\n", array.params[i].name, array.params[i].value);

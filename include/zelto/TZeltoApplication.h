@@ -1,9 +1,11 @@
 // The object through which an application talks to the manager.
 //
 //     TZeltoApplication& app = TZeltoApplication::GetInstance();
-//     app.Initialize("MY_APPLICATION");
+//     app.Initialize("MY_APPLICATION"); // its name on the bus
 //     std::string ssid;
-//     int rc = app.GetParam("Device.WiFi.SSID.1.SSID", ssid);
+//     if (app.GetParam("Device.WiFi.SSID.1.SSID", ssid) != 0) {
+//         return 1;
+//     }
 //
 // Requests block the calling thread until the manager has answered or the time-out has passed. They may be
 // made on several threads at once, and from observers. They return 0 on success, -1 when the manager refused,

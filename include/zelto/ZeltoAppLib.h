@@ -6,9 +6,10 @@
  *     zeltoAppLibInitWithString("MY_APPLICATION");
  *
  *     tZeltoParamRequest request = {0};
- *     strcpy(request.param.name, "Device.WiFi.SSID.1.SSID");
- *     if (zeltoAppLibGetParam(&request) == 0 && !request.isArray)
- *         puts(request.param.value);
+ *     (void)strcpy(request.param.name, "Device.WiFi.SSID.1.SSID");
+ *     if (zeltoAppLibGetParam(&request) == ZELTO_APP_OK && !request.isArray) {
+ *         (void)puts(request.param.value);
+ *     }
  *     zeltoAppLibReleaseParamRequest(&request);
  *
  * Every call that returns int blocks its thread until the manager has answered, at most for the time-out of

@@ -2,9 +2,14 @@
  * The records of the C interface, and the functions that allocate and release what hangs on them. Valid C99
  * and C++11. The calls that use the records are in ZeltoAppLib.h.
  *
- *     tZeltoParamArray array = {0};
- *     zeltoAppLibAllocateParamArray(&array, 2);
- *     ... fill array.params[0].name and array.params[1].name, call zeltoAppLibGetParamArray(&array) ...
+ *     tZeltoParamArray array = {NULL, 0};
+ *
+ *     zeltoAppLibAllocateParamArray(&array, 1);
+ *     (void)strcpy(array.params[0].name, "Device.NAT.PortMapping.*.Description");
+ *     code = zeltoAppLibGetParamArray(&array);
+ *     for (i = 0; code == ZELTO_APP_OK && i < array.count; ++i) {
+ *         (void)printf("%s = %s\n", array.params[i].name, array.params[i].value);
+ *     }
  *     zeltoAppLibReleaseParamArray(&array);
  *
  * Rules for all records:

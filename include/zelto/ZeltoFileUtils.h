@@ -21,7 +21,9 @@ namespace ZeltoFileUtils {
 
 // Walks the entries of one directory, except "." and "..", in the order in which the system lists them:
 //
-//     for (TDirIterator it(directory); it != TDirIterator::End(); ++it)
+//     for (TDirIterator it(directory); it != TDirIterator::End(); ++it) {
+//         std::cout << it.GetFullPath() << '\n';
+//     }
 //
 // The iterator stands on the left of the comparison. An object is used by one thread at a time and holds one
 // descriptor while it has an open directory.

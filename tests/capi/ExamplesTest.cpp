@@ -1,6 +1,7 @@
 // The example programs do what they say, against the example manager, in both languages alike.
 #include "support/BusEnvironment.h"
 #include "support/ChildProcess.h"
+#include "support/TempDir.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,6 +18,7 @@ const bool BUS_READY = support::TBusEnvironment::Register();
 
 struct TExamples {
     const char* language;
+    const char* firstSteps;
     const char* getSet;
     const char* watchEvents;
     const char* wholeObject;
@@ -38,6 +40,10 @@ protected:
 
     TChildProcess manager;
 };
+
+TEST_P(Examples, TakeTheFirstSteps) {
+    EXPECT_EQ(OutputOf({GetParam().firstSteps}), "home\n");
+}
 
 TEST_P(Examples, GetAndSetAParameter) {
     EXPECT_EQ(OutputOf({GetParam().getSet}), "Device.WiFi.SSID.1.SSID = home\n"
@@ -90,13 +96,23 @@ TEST_P(Examples, ReportAManagerThatIsGone) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    BothLanguages, Examples,
-    testing::Values(TExamples{"C", EXAMPLE_C_GET_SET_PATH, EXAMPLE_C_WATCH_EVENTS_PATH,
-                              EXAMPLE_C_WHOLE_OBJECT_PATH, EXAMPLE_C_TABLE_PATH, EXAMPLE_C_LONG_VALUE_PATH},
-                    TExamples{"Cpp", EXAMPLE_CPP_GET_SET_PATH, EXAMPLE_CPP_WATCH_EVENTS_PATH,
-                              EXAMPLE_CPP_WHOLE_OBJECT_PATH, EXAMPLE_CPP_TABLE_PATH,
-                              EXAMPLE_CPP_LONG_VALUE_PATH}),
-    [](const auto& examples) { return std::string(examples.param.language); });
+TEST(ExampleListDirectory, PrintsEachEntry) {
+    const support::TTempDir directory;
+    const std::string file = directory.Write("file", "");
+    const support::TRunResult result =
+        support::RunProgram({EXAMPLE_CPP_LIST_DIRECTORY_PATH, directory.Path()});
+    EXPECT_EQ(result.output, file + "\n");
+    EXPECT_EQ(result.exitCode, 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(BothLanguages, Examples,
+                         testing::Values(TExamples{"C", EXAMPLE_C_FIRST_STEPS_PATH, EXAMPLE_C_GET_SET_PATH,
+                                                   EXAMPLE_C_WATCH_EVENTS_PATH, EXAMPLE_C_WHOLE_OBJECT_PATH,
+                                                   EXAMPLE_C_TABLE_PATH, EXAMPLE_C_LONG_VALUE_PATH},
+                                         TExamples{"Cpp", EXAMPLE_CPP_FIRST_STEPS_PATH,
+                                                   EXAMPLE_CPP_GET_SET_PATH, EXAMPLE_CPP_WATCH_EVENTS_PATH,
+                                                   EXAMPLE_CPP_WHOLE_OBJECT_PATH, EXAMPLE_CPP_TABLE_PATH,
+                                                   EXAMPLE_CPP_LONG_VALUE_PATH}),
+                         [](const auto& examples) { return std::string(examples.param.language); });
 
 } // namespace
