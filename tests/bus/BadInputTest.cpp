@@ -92,7 +92,7 @@ TEST_P(BadIdentity, IsRefusedByInit) {
     EXPECT_EQ("CALLER", caller.party.identity);
     EXPECT_EQ("com.Ulmet.Zelto.CALLER", caller.party.busName);
     EXPECT_TRUE(caller.party.running);
-    EXPECT_TRUE(TRawPeer(BusAddress()).HasOwner(BusName("CALLER")));
+    EXPECT_TRUE(HasOwner("CALLER"));
     ExpectNextCallWorks();
 }
 
@@ -116,9 +116,9 @@ TEST(GoodIdentity, IsAnyOfLettersDigitsAndUnderscores) {
     for (const std::string& identity :
          {std::string("a"), std::string("_"), std::string("A1_b2"), std::string(200, 'A')}) {
         TServingParty serving(identity);
-        EXPECT_TRUE(TRawPeer(BusAddress()).HasOwner(BusName(identity))) << identity;
+        EXPECT_TRUE(HasOwner(identity)) << identity;
         serving.party.Init("NEXT");
-        EXPECT_TRUE(TRawPeer(BusAddress()).HasOwner(BusName("NEXT")));
+        EXPECT_TRUE(HasOwner("NEXT"));
     }
 }
 
@@ -240,5 +240,5 @@ TEST(UnnamedParty, MayBeAskedToRegisterAndToReleaseItsName) {
     EXPECT_THROW(party.RegisterBusName(), std::runtime_error);
     EXPECT_NO_THROW(party.ReleaseBusName());
     party.Init("PARTY");
-    EXPECT_TRUE(TRawPeer(BusAddress()).HasOwner(BusName("PARTY")));
+    EXPECT_TRUE(HasOwner("PARTY"));
 }

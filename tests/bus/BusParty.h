@@ -148,6 +148,18 @@ inline support::TRawPeer::TTarget PartyTarget(const std::string& identity, const
     return {BusName(identity), "/com/Ulmet/Zelto/" + identity, "com.Ulmet.Zelto.Zelto", member};
 }
 
+// Whether a party of that identity serves.
+inline bool Answers(const std::string& identity) {
+    using support::TRawArguments;
+    support::TRawPeer client(BusAddress());
+    const auto answer = client.Call(PartyTarget(identity, "UNKNOWN"), TRawArguments{});
+    return answer && answer->arguments == TRawArguments{std::string(), int32_t{-1}};
+}
+
+inline bool HasOwner(const std::string& identity) {
+    return support::TRawPeer(BusAddress()).HasOwner(BusName(identity));
+}
+
 // An event as the party of that identity would send it.
 inline support::TRawPeer::TTarget EventTarget(const std::string& identity, const std::string& member) {
     return {"", "/com/Ulmet/Zelto/" + identity, "com.Ulmet.Zelto.Zelto", member};

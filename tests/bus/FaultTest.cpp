@@ -254,7 +254,7 @@ TEST_F(Fault, OfReleasingTheNameKeepsIt) {
     EXPECT_EQ("SERVER", server.party.identity);
     Call();
     server.party.Init("NEW");
-    EXPECT_TRUE(TRawPeer(BusAddress()).HasOwner(BusName("NEW")));
+    EXPECT_TRUE(HasOwner("NEW"));
 }
 
 TEST_F(Fault, OfAskingToWatchLeavesThePartyNotRunning) {

@@ -103,7 +103,7 @@ TEST_F(ForkedChild, MayNotUseTheParentsConnection) {
                          ThrowsRuntimeError([&] { caller.Run(); });
               }));
     ExpectParentUndisturbed();
-    EXPECT_TRUE(TRawPeer(BusAddress()).HasOwner(BusName("CALLER")));
+    EXPECT_TRUE(HasOwner("CALLER"));
 }
 
 TEST_F(ForkedChild, MayStopAndDestroyItsCopyOfTheParty) {
@@ -116,7 +116,7 @@ TEST_F(ForkedChild, MayStopAndDestroyItsCopyOfTheParty) {
                   return true;
               }));
     ExpectParentUndisturbed();
-    EXPECT_TRUE(TRawPeer(BusAddress()).HasOwner(BusName("OTHER")));
+    EXPECT_TRUE(HasOwner("OTHER"));
     delete party;
 }
 

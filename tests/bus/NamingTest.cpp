@@ -9,14 +9,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <stdexcept>
-
 #include <unistd.h>
 
 using namespace busparty;
 using namespace support;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
@@ -41,24 +38,6 @@ std::string ServerName(const TAccessParty& party) {
 
 std::string ClientName(const TAccessParty& party) {
     return dbus_bus_get_unique_name(party.clientConnection);
-}
-
-std::string InitFailure(TZeltoIpc& party, const std::string& identity) {
-    try {
-        party.Init(identity);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "";
-}
-
-bool Answers(const std::string& identity) {
-    const auto answer = TRawPeer(BusAddress()).Call(PartyTarget(identity, "UNKNOWN"), TRawArguments{});
-    return answer && answer->arguments == TRawArguments{std::string(), int32_t{-1}};
-}
-
-bool HasOwner(const std::string& identity) {
-    return TRawPeer(BusAddress()).HasOwner(BusName(identity));
 }
 
 } // namespace
@@ -334,84 +313,4 @@ TEST(CreateConnection, GivesAConnectionOfItsOwnThatSurvivesALostBus) {
     }
     dbus_connection_unref(connection);
     dbus_connection_unref(connection);
-}
-
-TEST(FailedInit, OfARefusedNameLeavesAFreshPartyAsItWas) {
-    const std::size_t descriptors = OpenDescriptors(getpid());
-    TAccessParty party;
-    EXPECT_THAT(InitFailure(party, "FORBIDDEN"), HasSubstr("dbus_bus_request_name - "));
-    EXPECT_EQ(1U, LogSpy::Count(3));
-    EXPECT_TRUE(LogSpy::ContainsPart(3, "\"dbus_bus_request_name - "));
-    EXPECT_EQ("", party.identity);
-    EXPECT_EQ("com.Ulmet.Zelto.", party.busName);
-    EXPECT_EQ("/com/Ulmet/Zelto/", party.objectPath);
-    EXPECT_FALSE(party.connected);
-    EXPECT_EQ(descriptors, OpenDescriptors(getpid()));
-    EXPECT_NE("", InitFailure(party, "FORBIDDEN"));
-    EXPECT_EQ("", InitFailure(party, "ALLOWED"));
-    EXPECT_TRUE(HasOwner("ALLOWED"));
-}
-
-TEST(FailedInit, OfARefusedNameLeavesARunningPartyServingUnderItsOldOne) {
-    TServingParty serving("PARTY");
-    const std::size_t descriptors = OpenDescriptors(getpid());
-    EXPECT_NE("", InitFailure(serving.party, "FORBIDDEN"));
-    EXPECT_EQ("PARTY", serving.party.identity);
-    EXPECT_EQ("com.Ulmet.Zelto.PARTY", serving.party.busName);
-    EXPECT_EQ("/com/Ulmet/Zelto/PARTY", serving.party.objectPath);
-    EXPECT_TRUE(serving.party.running);
-    EXPECT_TRUE(Answers("PARTY"));
-    EXPECT_EQ(descriptors, OpenDescriptors(getpid()));
-}
-
-TEST(FailedInit, OfARefusedNameLeavesALazilyConnectedPartyConnected) {
-    TAccessParty party;
-    party.Connect();
-    const std::string lazyName = party.busName;
-    EXPECT_NE("", InitFailure(party, "FORBIDDEN"));
-    EXPECT_TRUE(party.connected);
-    EXPECT_EQ(lazyName, party.busName);
-    EXPECT_EQ("", InitFailure(party, "PARTY"));
-    EXPECT_TRUE(HasOwner("PARTY"));
-}
-
-TEST(FailedInit, WithoutABusMayBeRepeatedUntilThereIsOne) {
-    TBusEnvironment::Bus().Kill();
-    const std::size_t descriptors = OpenDescriptors(getpid());
-    TAccessParty party;
-    for (int attempt = 0; attempt < 3; ++attempt) {
-        LogSpy::Clear();
-        EXPECT_THAT(InitFailure(party, "PARTY"), HasSubstr("dbus_bus_get_private - "));
-        EXPECT_EQ(1U, LogSpy::Count(3));
-        EXPECT_EQ("", party.identity);
-        EXPECT_FALSE(party.connected);
-    }
-    EXPECT_EQ(descriptors, OpenDescriptors(getpid()));
-    TBusEnvironment::Bus().Restart();
-    EXPECT_EQ("", InitFailure(party, "PARTY"));
-    EXPECT_TRUE(HasOwner("PARTY"));
-}
-
-TEST(FailedInit, WithoutABusLeavesARunningPartyWaiting) {
-    TBusEnvironment::Bus().Kill();
-    TAccessParty party;
-    party.Run();
-    EXPECT_NE("", InitFailure(party, "PARTY"));
-    EXPECT_TRUE(party.running);
-    TBusEnvironment::Bus().Restart();
-    EXPECT_EQ("", InitFailure(party, "PARTY"));
-    EXPECT_TRUE(Answers("PARTY"));
-    party.Stop();
-}
-
-TEST(LazyConnect, WithoutABusRaisesAndIsTriedAgain) {
-    TBusEnvironment::Bus().Kill();
-    TAccessParty party;
-    party.SetMethodServerId("*", "SERVER");
-    std::string result = "before";
-    EXPECT_THROW(party.SendEvent("E", ""), std::runtime_error);
-    EXPECT_THROW(party.CallMethod("GET", "", result), std::runtime_error);
-    EXPECT_EQ("before", result);
-    TBusEnvironment::Bus().Restart();
-    EXPECT_NO_THROW(party.SendEvent("E", ""));
 }
