@@ -4,6 +4,7 @@
 #include "ipc/DBusPrivate.h"
 #include "utils/Log.h"
 
+#include <cstring>
 #include <utility>
 
 using namespace zelto;
@@ -47,6 +48,16 @@ void AppendText(DBusMessage* message, const std::string& text) {
     const char* const value = text.c_str();
     if (dbus_message_iter_append_basic(&arguments, DBUS_TYPE_STRING, &value) == FALSE) {
         Fail("dbus_message_iter_append_basic failed");
+    }
+}
+
+// What is missing reads as its default, so a call may fail without the server having said so. An answer
+// without any argument is told of by whoever reads it.
+void LogOddAnswer(const std::string& method, DBusMessage* answer) {
+    const char* const signature = dbus_message_get_signature(answer);
+    if (*signature != '\0' && std::strcmp(signature, "si") != 0) {
+        qvLogging_log(LOG_LEVEL_NOTICE, "\"The answer to '%s' is '%s' instead of a text and a code.\"",
+                      method.c_str(), signature);
     }
 }
 
@@ -119,10 +130,10 @@ int TZeltoDBus::CallMethod(const std::string& method, const std::string& request
     if (link->client.IsLost()) {
         own->LoseLink(link);
     }
-    return ReadAnswer(answer.get(), result);
+    return ReadAnswer(method, answer.get(), result);
 }
 
-int TZeltoDBus::ReadAnswer(DBusMessage* answer, std::string& result) {
+int TZeltoDBus::ReadAnswer(const std::string& method, DBusMessage* answer, std::string& result) {
     if (answer == nullptr) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", NO_ANSWER);
         return -1;
@@ -131,6 +142,7 @@ int TZeltoDBus::ReadAnswer(DBusMessage* answer, std::string& result) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", FirstText(answer).c_str());
         return -1;
     }
+    LogOddAnswer(method, answer);
     int32_t code = -1;
     GetMessageValue(answer, result, &code);
     return code;

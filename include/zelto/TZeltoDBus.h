@@ -88,7 +88,7 @@ protected:
 
 private:
     struct TPrivate;
-    ZELTO_HIDDEN int ReadAnswer(DBusMessage* answer, std::string& result);
+    ZELTO_HIDDEN int ReadAnswer(const std::string& method, DBusMessage* answer, std::string& result);
 
     TPrivate* own;
 };

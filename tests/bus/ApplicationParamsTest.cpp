@@ -13,6 +13,8 @@ const bool BUS_READY = support::TBusEnvironment::Register();
 
 using TResults = std::vector<std::vector<std::pair<std::string, std::string>>>;
 
+constexpr const char* DISPATCHER_NAME = "com.Ulmet.Zelto.ZELTO_DISPATCHER";
+
 class ParamRequests : public support::ManagedApplication {};
 
 TEST_F(ParamRequests, TravelAsOneTextToTheDispatcher) {
@@ -184,6 +186,51 @@ TEST_F(ParamFailure, OfTheManagerGivesMinusOneWhateverItsCodeAndLogsNothing) {
 TEST_F(ParamFailure, OfAnAbsentManagerGivesMinusOne) {
     manager.Peer().ReleaseName("com.Ulmet.Zelto.ZELTO_DISPATCHER");
     ExpectEach(-1, "Device.A", "1");
+}
+
+TEST_F(ParamFailure, OfAManagerThatAnswersWithoutACodeGivesMinusOne) {
+    const support::TRawArguments answers[] = {
+        {std::string(R"({"PARAMS": [{"NAME": "A", "VALUE": "1"}]})")},
+        {std::string(R"({"PARAMS": [{"NAME": "A", "VALUE": "1"}]})"), uint32_t{0}},
+        {},
+    };
+    for (const support::TRawArguments& answer : answers) {
+        LogSpy::Clear();
+        manager.Peer().ServeWith([&](const support::TRawMessage&) { return answer; });
+        ExpectEach(-1, "Device.A", "1");
+        EXPECT_EQ(LogSpy::Count(5), 7U) << LogSpy::Dump();
+    }
+}
+
+TEST_F(ParamRequests, TakeAnAnswerWithoutATextForAnEmptyOne) {
+    manager.Peer().ServeWith([](const support::TRawMessage&) { return support::TRawArguments{int32_t{0}}; });
+    std::string value = "before";
+    TParams params{{"A", "1"}};
+    EXPECT_EQ(app.GetParam("Device.A", value), 0);
+    EXPECT_EQ(app.GetParamArray(params), 0);
+    EXPECT_EQ(app.SetParam("Device.A", "1", true), 0);
+    EXPECT_EQ(value, "before");
+    EXPECT_EQ(Written(params), "");
+    EXPECT_EQ(LogSpy::CountPart(5, " is 'i' instead of a text and a code."), 3U) << LogSpy::Dump();
+}
+
+TEST_F(ParamFailure, OfAManagerThatDiesInTheMiddleGivesMinusOneAndTheNextOneIsAsked) {
+    auto dying = std::make_unique<support::TRawPeer>(support::TBusEnvironment::Bus().Address());
+    manager.Peer().ReleaseName(DISPATCHER_NAME);
+    dying->OwnName(DISPATCHER_NAME);
+    std::thread killer([&dying] {
+        EXPECT_TRUE(dying->WaitFor(&support::TRawMessage::IsCall));
+        dying.reset();
+    });
+    std::string value = "before";
+    EXPECT_EQ(app.GetParam("Device.A", value), -1);
+    EXPECT_EQ(value, "before");
+    EXPECT_EQ(LogSpy::Count(3), 1U) << LogSpy::Dump();
+    killer.join();
+    support::TScriptedManager next(support::TBusEnvironment::Bus().Address());
+    next.Answer(R"({"PARAMS": [{"NAME": "Device.A", "VALUE": "1"}]})");
+    EXPECT_EQ(app.GetParam("Device.A", value), 0);
+    EXPECT_EQ(value, "1");
 }
 
 TEST_F(ParamFailure, ByANameThatIsNotUtf8GivesThreeAndSendsNothing) {

@@ -101,9 +101,29 @@ TEST(CallMethod, EmptiesTheResultForAnAnswerWithOnlyACode) {
     EXPECT_EQ((TOutcome{5, ""}), CallAnswered({int32_t{5}}));
 }
 
+TEST(CallMethod, SaysThatAnAnswerLacksItsTextOrItsCode) {
+    const struct {
+        TRawArguments answer;
+        const char* signature;
+    } rows[] = {
+        {{std::string("text")}, "s"},
+        {{int32_t{0}}, "i"},
+        {{int32_t{0}, std::string("text")}, "is"},
+        {{std::string("text"), uint32_t{0}}, "su"},
+    };
+    for (const auto& row : rows) {
+        LogSpy::Clear();
+        (void)CallAnswered(row.answer);
+        const std::string line =
+            std::string("\"The answer to 'GET' is '") + row.signature + "' instead of a text and a code.\"";
+        EXPECT_EQ(1U, LogSpy::Count(5, line)) << LogSpy::Dump();
+    }
+}
+
 TEST(CallMethod, TakesAnAnswerWithoutArgumentsForAFailure) {
     EXPECT_EQ((TOutcome{-1, ""}), CallAnswered({}));
     EXPECT_TRUE(LogSpy::Contains(5, "\"Message has no parameters.\""));
+    EXPECT_EQ(1U, LogSpy::Count(5));
 }
 
 TEST(CallMethod, TakesCodeAndTextInAnyOrder) {
