@@ -288,6 +288,10 @@ const TMethodRow* FindMethod(const char* method) {
 int WorkRequest(const TMethodRow& row, std::string_view input, std::string& output) {
     // The index map's request is not looked at.
     const TMessageBody request(row.method != METHOD_GET_INDEX_MAP ? input : "{}");
+    if (!request.IsDecoded()) {
+        // Its keys take their defaults, so some requests succeed all the same.
+        qvLogging_log(LOG_LEVEL_NOTICE, "\"The request of %s is no JSON\"", METHOD_NAMES[row.method]);
+    }
     TPlainWriter answer;
     const int status = row.work(request, answer);
     if (status != SUCCESS || answer.IsEmpty()) {

@@ -30,7 +30,8 @@ TBodyFields FieldsOf(const json_t* document) {
 } // namespace
 
 TMessageBody::TMessageBody(std::string_view text) {
-    if (!ReadPlain(text, fields)) {
+    isPlain = ReadPlain(text, fields);
+    if (!isPlain) {
         json_error_t error;
         document.reset(json_loads(text.data(), 0, &error));
         fields = FieldsOf(document.get());

@@ -17,6 +17,8 @@ public:
     // decoded has no keys.
     explicit TMessageBody(std::string_view text);
 
+    // Whether the text could be decoded, to a document of whatever kind.
+    bool IsDecoded() const { return isPlain || document; }
     // Without data when the key is missing or its value is no text.
     std::string_view Text(TBodyText key) const { return fields.texts[key]; }
     // "COMMIT" of the body itself.
@@ -26,6 +28,7 @@ public:
 
 private:
     TBodyFields fields;
+    bool isPlain = false;
     TJsonHandle document; // what the fields refer to instead of the text, when jansson read it
 };
 

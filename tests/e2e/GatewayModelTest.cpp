@@ -41,7 +41,7 @@ struct TRefusal {
     const char* title;
     const char* method;
     const char* body;
-    const char* reason; // in the manager's log; empty when there is none
+    const char* reason; // in the manager's log; a method that nobody handles leaves none
 };
 
 class GatewayRefuses : public testing::TestWithParam<TRefusal> {};
@@ -59,12 +59,15 @@ INSTANTIATE_TEST_SUITE_P(
     Requests, GatewayRefuses,
     testing::Values(
         TRefusal{"UnknownMethod", "GET_NOTHING", "{}", ""},
-        TRefusal{"UnknownName", "GET_PARAM", R"({"NAME": "Device.No.Such.Name"})", ""},
-        TRefusal{"NoJson", "GET_PARAM", "no JSON", ""},
+        TRefusal{"UnknownName", "GET_PARAM", R"({"NAME": "Device.No.Such.Name"})",
+                 "zeltoPlatLibGetParam(Device.No.Such.Name) failed"},
+        TRefusal{"NoJson", "GET_PARAM", "no JSON", "The request of GET_PARAM is no JSON"},
         TRefusal{"MissingInstance", "GET_PARAM", R"({"NAME": "Device.WiFi.SSID.3.SSID"})", "'PLT_NOT_FOUND'"},
         TRefusal{"HugeInstance", "GET_PARAM",
-                 R"({"NAME": "Device.WiFi.SSID.123456789012345678901234567890.SSID"})", ""},
-        TRefusal{"EmptyTable", "GET_PARAM", R"({"NAME": "Device.NAT.PortMapping.*.Enable"})", ""},
+                 R"({"NAME": "Device.WiFi.SSID.123456789012345678901234567890.SSID"})",
+                 "An instance number in Device.WiFi.SSID.123456789012345678901234567890.SSID is too large"},
+        TRefusal{"EmptyTable", "GET_PARAM", R"({"NAME": "Device.NAT.PortMapping.*.Enable"})",
+                 "No instance matches Device.NAT.PortMapping.*.Enable"},
         TRefusal{"ReadOnly", "SET_PARAM", R"({"NAME": "Device.DeviceInfo.UpTime", "VALUE": "1"})",
                  "'PLT_NONWRITABLE'"},
         TRefusal{"EmptySsid", "SET_PARAM", R"({"NAME": "Device.WiFi.SSID.1.SSID", "VALUE": ""})",

@@ -101,6 +101,18 @@ TEST_F(MethodDispatch, LogsEveryRequest) {
     EXPECT_EQ(LogSpy::Count(NOTICE), 0U); // all are known
 }
 
+TEST_F(MethodDispatch, LogsARequestThatIsNoJson) {
+    for (std::size_t method = 0; method < zelto::METHOD_COUNT; ++method) {
+        const std::string name = zelto::METHOD_NAMES[method];
+        const std::size_t lines = method == zelto::METHOD_GET_INDEX_MAP ? 0 : 1; // which does not look at it
+        for (const char* const input : {"", "no json", "{\"NAME\": \"Test.Value\""}) {
+            LogSpy::Clear();
+            Request(name.c_str(), input);
+            EXPECT_EQ(LogSpy::Count(NOTICE, "\"The request of " + name + " is no JSON\""), lines) << input;
+        }
+    }
+}
+
 TEST_F(MethodDispatch, TakesNullTextsForEmptyOnes) {
     char* output = nullptr;
     EXPECT_EQ(zeltoPlatformMethodsHandler(nullptr, "{}", &output), -1);
@@ -291,8 +303,10 @@ TEST_F(LongParamRequest, TranslatesTheName) {
 TEST_F(LongParamRequest, DoesNotExpandWildcards) {
     ReportInstances({1});
     EXPECT_EQ(Request("GET_LONG_PARAM", R"({"NAME": "Device.WiFi.SSID.*.SSID"})"), FAILED);
-    EXPECT_EQ(Request("SET_LONG_PARAM", R"({"NAME": "Device.WiFi.SSID.*.SSID"})"), FAILED);
+    EXPECT_EQ(Request("SET_LONG_PARAM", R"({"NAME": "Device.WiFi.SSID.*.SSID", "VALUE": "v"})"), FAILED);
     EXPECT_THAT(Calls(), IsEmpty());
+    EXPECT_TRUE(LogSpy::Contains(ERROR, "\"zeltoPlatLibGetParam(Device.WiFi.SSID.*.SSID) failed\""));
+    EXPECT_TRUE(LogSpy::Contains(ERROR, "\"zeltoPlatLibSetParam(Device.WiFi.SSID.*.SSID, v) failed\""));
 }
 
 TEST_F(LongParamRequest, HandsOnALongValueWhole) {

@@ -77,6 +77,15 @@ TEST(MessageBody, HasNoKeysWhenTheTextCannotBeDecoded) {
     }
 }
 
+TEST(MessageBody, SaysWhetherTheTextCouldBeDecoded) {
+    for (const char* text : {"{}", R"({"NAME": "a"})", R"({"NAME": 5})", R"({"NAME": "\u0061"})", "[]"}) {
+        EXPECT_TRUE(TMessageBody(text).IsDecoded()) << text;
+    }
+    for (const char* text : {"", " ", "a", "{", "5", "null", R"({"NAME": "a"} x)", "{\"NAME\": \"\xC3\"}"}) {
+        EXPECT_FALSE(TMessageBody(text).IsDecoded()) << text;
+    }
+}
+
 TEST(MessageBody, ReadsOtherKindsInsideTheListAsEmpty) {
     const TMessageBody body(R"({"PARAMS": [5, null, [], {"NAME": 1, "VALUE": "v", "COMMIT": "true"}]})");
     ASSERT_EQ(body.Params().size(), 4U);
