@@ -17,12 +17,20 @@ TZeltoApplication& App() {
     return TZeltoApplication::GetInstance();
 }
 
-// What the transport logs of its own accord is tested with the transport; here only that something explains
-// it.
-void ExpectFailure(const std::string& identity) {
+// The transport logs the reason as it raises it, and the application as it catches it.
+void ExpectLoggedByBoth(const std::string& reasonPart) {
+    const auto messages = LogSpy::Messages();
+    ASSERT_FALSE(messages.empty());
+    EXPECT_EQ(messages.back().format, "\"%s\"");
+    EXPECT_NE(messages.back().text.find(reasonPart), std::string::npos) << LogSpy::Dump();
+    EXPECT_EQ(LogSpy::Count(3, messages.back().text), 2U) << LogSpy::Dump();
+    EXPECT_EQ(LogSpy::Count(3), 2U) << LogSpy::Dump();
+}
+
+void ExpectFailure(const std::string& identity, const std::string& reasonPart) {
     LogSpy::Clear();
     App().Initialize(identity);
-    EXPECT_GE(LogSpy::Count(3), 1U) << identity << LogSpy::Dump();
+    ExpectLoggedByBoth(reasonPart);
 }
 
 bool IsOnTheBus(const std::string& identity) {
@@ -34,7 +42,7 @@ TEST(Initialize, CanBeRepeatedUntilItSucceedsAndThenDoesNothing) {
     support::TPrivateBus& bus = support::TBusEnvironment::Bus();
 
     bus.Kill();
-    ExpectFailure("APP");
+    ExpectFailure("APP", "dbus_bus_get_private - ");
     std::string value = "before";
     EXPECT_EQ(App().GetParam("Device.A", value), -1); // nobody is known to ask
     EXPECT_EQ(LogSpy::Count(3, "\"No server ID provided for 'GET_PARAM' method!\""), 1U) << LogSpy::Dump();
@@ -42,7 +50,7 @@ TEST(Initialize, CanBeRepeatedUntilItSucceedsAndThenDoesNothing) {
 
     bus.Restart();
     for (const char* identity : {"A-B", "A.B", "1A", "my app", "\xff"}) {
-        ExpectFailure(identity);
+        ExpectFailure(identity, " is not an identity: ");
     }
     EXPECT_FALSE(IsOnTheBus("APP"));
 
@@ -64,10 +72,12 @@ TEST(IsAppActive, GivesThreeWithoutABusAndLeavesTheFlagAlone) {
     // A call that is under way when the bus goes away is lost with -1; those after it are refused.
     EXPECT_TRUE(support::Eventually([&] {
         isActive = true;
+        LogSpy::Clear();
         return App().IsAppActive(ZELTO_KESTA, isActive) == 3;
     }));
     EXPECT_TRUE(isActive);
-    EXPECT_GE(LogSpy::Count(3), 1U) << LogSpy::Dump();
+    EXPECT_EQ(LogSpy::Messages().back().format, "\"%s\"");
+    EXPECT_EQ(LogSpy::Count(3, "\"dbus_connection_send_with_reply failed\""), 2U) << LogSpy::Dump();
 }
 
 } // namespace

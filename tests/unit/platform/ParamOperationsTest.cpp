@@ -286,6 +286,18 @@ TEST_F(SetParam, LogsTheNameOfTheHandlersCode) {
     EXPECT_FALSE(LogSpy::Contains(DEBUG, CHANGE_EVENT));
 }
 
+TEST_F(SetParam, LogsItsNameAsTheCallerPassedIt) {
+    Script(PLT_REQUEST_SET_PARAM, [](tZeltoPlatformRequest&) { return 99; });
+    for (const char* const name :
+         {"Device.Ethernet.Interface.1.Enable", "@Device.Ethernet.Interface.1.Enable"}) {
+        EXPECT_EQ(zeltoPlatLibSetParam(name, "on", false, false), -1);
+        EXPECT_TRUE(LogSpy::Contains(DEBUG, std::string("\"Received SetParam request for ") + name +
+                                                " to be set to on\""));
+        EXPECT_TRUE(LogSpy::Contains(ERROR, std::string("\"Request SetParam(") + name +
+                                                ", on) failed with error - 'PLT_UNKNOWN'\""));
+    }
+}
+
 TEST_F(SetParam, FailsForANameThatNobodyServes) {
     EXPECT_EQ(zeltoPlatLibSetParam("Test.ReadOnly", "1", false, false), -1);
     EXPECT_EQ(zeltoPlatLibSetParam("Test.Unknown", "1", false, false), -1);
