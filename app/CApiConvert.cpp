@@ -17,15 +17,19 @@ std::unique_ptr<tZeltoIndexPair[]> NewPairs(const std::vector<std::pair<int, int
     return pairs;
 }
 
-} // namespace
-
-TAppParams NamesOf(const tZeltoParamArray& array) {
-    TAppParams names(array.count);
-    std::transform(array.params, array.params + array.count, names.begin(), [](const tZeltoParam& param) {
-        return TZeltoApplication::TZeltoAppParam{ReadField(param.name), std::string()};
-    });
-    return names;
+// The texts come from JSON and so hold no NUL.
+template <typename TParams>
+void StoreAll(tZeltoParamArray& array, const TParams& params) {
+    zeltoAppLibAllocateParamArray(&array, static_cast<std::uint32_t>(params.size()));
+    tZeltoParam* record = array.params;
+    for (const auto& param : params) {
+        CopyIntoZeros(record->name, param.name);
+        CopyIntoZeros(record->value, param.value);
+        ++record;
+    }
 }
+
+} // namespace
 
 TAppParams ParamsOf(const tZeltoParamArray& array) {
     TAppParams params(array.count);
@@ -41,10 +45,11 @@ void StoreParam(tZeltoParam& record, const TZeltoApplication::TZeltoAppParam& pa
 }
 
 void StoreParams(tZeltoParamArray& array, const TAppParams& params) {
-    zeltoAppLibAllocateParamArray(&array, static_cast<std::uint32_t>(params.size()));
-    for (std::size_t i = 0; i < params.size(); ++i) {
-        StoreParam(array.params[i], params[i]);
-    }
+    StoreAll(array, params);
+}
+
+void StoreParams(tZeltoParamArray& array, const std::vector<TBodyEntry>& params) {
+    StoreAll(array, params);
 }
 
 void StoreIds(tZeltoObjectIdsRequest& request, const std::vector<int>& ids) {

@@ -5,6 +5,7 @@
 #ifndef ZELTO_APP_C_API_CONVERT_H
 #define ZELTO_APP_C_API_CONVERT_H
 
+#include "protocol/PlainReader.h"
 #include "zelto/TZeltoApplication.h"
 #include "zelto/ZeltoAppRecords.h"
 
@@ -32,12 +33,12 @@ std::unique_ptr<T[]> NewArray(std::size_t count) {
     return std::unique_ptr<T[]>(new T[count]());
 }
 
-// The array's names with empty values, and its names and values. `array.params` is not null.
-TAppParams NamesOf(const tZeltoParamArray& array);
+// The array's names and values. `array.params` is not null.
 TAppParams ParamsOf(const tZeltoParamArray& array);
 
 // A record's array becomes `params`; the earlier one is released. Texts are cut to 255 bytes.
 void StoreParams(tZeltoParamArray& array, const TAppParams& params);
+void StoreParams(tZeltoParamArray& array, const std::vector<TBodyEntry>& params);
 void StoreIds(tZeltoObjectIdsRequest& request, const std::vector<int>& ids);
 
 // One parameter: the first 255 bytes of both texts.

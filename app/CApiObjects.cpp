@@ -1,5 +1,8 @@
 #include "app/CApiConvert.h"
 #include "app/CApiState.h"
+#include "app/RequestBodies.h"
+#include "app/RequestRunner.h"
+#include "protocol/MessageBody.h"
 #include "utils/FixedText.h"
 #include "zelto/ZeltoAppLib.h"
 
@@ -7,12 +10,16 @@ int zeltoAppLibGetObject(tZeltoObjectRequest* request) {
     if (request == nullptr || request->paramArray.params == nullptr) {
         return ZELTO_APP_NULL;
     }
-    zelto::TAppParams params = zelto::NamesOf(request->paramArray);
-    const int code = zelto::CApiApplication().GetObject(zelto::ReadField(request->name), params);
-    if (code == ZELTO_APP_OK) {
-        zelto::StoreParams(request->paramArray, params);
-    }
-    return code;
+    // Past TZeltoApplication, as in the reading of parameters.
+    return zelto::RunRequest(
+        zelto::CApiIpc(), zelto::METHOD_GET_OBJECT,
+        [request](zelto::TPlainWriter& body) {
+            zelto::WriteNames(body, request->paramArray);
+            zelto::WritePath(body, zelto::KEY_ROOT, zelto::ViewField(request->name));
+        },
+        [request](const std::string& answer) {
+            zelto::StoreParams(request->paramArray, zelto::TMessageBody(answer).Params());
+        });
 }
 
 int zeltoAppLibSetObject(tZeltoObjectRequest* request, bool commit) {

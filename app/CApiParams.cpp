@@ -1,13 +1,19 @@
 #include "app/CApiConvert.h"
 #include "app/CApiState.h"
+#include "app/RequestBodies.h"
+#include "app/RequestRunner.h"
+#include "protocol/MessageBody.h"
 #include "utils/FixedText.h"
 #include "zelto/ZeltoAppLib.h"
+
+// The reads go past TZeltoApplication, so that names and values go straight between the records and the
+// texts.
 
 namespace zelto {
 
 namespace {
 
-void StoreAnswer(tZeltoParamRequest& request, const TAppParams& params) {
+void StoreAnswer(tZeltoParamRequest& request, const std::vector<TBodyEntry>& params) {
     if (params.size() == 1) {
         CopyTerminated(request.param.value, params.front().value);
         return;
@@ -24,12 +30,14 @@ int zeltoAppLibGetParam(tZeltoParamRequest* request) {
     if (request == nullptr) {
         return ZELTO_APP_NULL;
     }
-    zelto::TAppParams params;
-    const int code = zelto::CApiApplication().GetParam(zelto::ReadField(request->param.name), params);
-    if (code == ZELTO_APP_OK) {
-        zelto::StoreAnswer(*request, params);
-    }
-    return code;
+    return zelto::RunRequest(
+        zelto::CApiIpc(), zelto::METHOD_GET_PARAM,
+        [request](zelto::TPlainWriter& body) {
+            zelto::WriteName(body, zelto::ViewField(request->param.name));
+        },
+        [request](const std::string& answer) {
+            zelto::StoreAnswer(*request, zelto::TMessageBody(answer).Params());
+        });
 }
 
 int zeltoAppLibSetParam(tZeltoParam* param, bool commit) {
@@ -44,12 +52,12 @@ int zeltoAppLibGetParamArray(tZeltoParamArray* array) {
     if (array == nullptr || array->params == nullptr) {
         return ZELTO_APP_NULL;
     }
-    zelto::TAppParams params = zelto::NamesOf(*array);
-    const int code = zelto::CApiApplication().GetParamArray(params);
-    if (code == ZELTO_APP_OK) {
-        zelto::StoreParams(*array, params);
-    }
-    return code;
+    return zelto::RunRequest(
+        zelto::CApiIpc(), zelto::METHOD_GET_PARAM_ARRAY,
+        [array](zelto::TPlainWriter& body) { zelto::WriteNames(body, *array); },
+        [array](const std::string& answer) {
+            zelto::StoreParams(*array, zelto::TMessageBody(answer).Params());
+        });
 }
 
 int zeltoAppLibSetParamArray(tZeltoParamArray* array, bool commit) {

@@ -4,32 +4,25 @@
 #include "protocol/RequestNames.h"
 #include "zelto/TZeltoApplication.h"
 
-namespace {
-
-void WritePath(zelto::TPlainWriter& body, const char* key, const std::string& path) {
-    body.Text(key, path, "object path");
-}
-
-} // namespace
-
 int TZeltoApplication::AddObject(const std::string& object, int& instanceId) {
     return zelto::RunRequest(
         *ipc, zelto::METHOD_ADD_OBJECT_INSTANCE,
-        [&](zelto::TPlainWriter& body) { WritePath(body, zelto::KEY_OBJ, object); },
+        [&](zelto::TPlainWriter& body) { zelto::WritePath(body, zelto::KEY_OBJ, object); },
         [&](const std::string& answer) {
             instanceId = zelto::IntegerValue(zelto::ValueOf(zelto::Decoded(answer), zelto::KEY_ID));
         });
 }
 
 int TZeltoApplication::RemoveObject(const std::string& object) {
-    return zelto::RunRequest(*ipc, zelto::METHOD_DELETE_OBJECT_INSTANCE,
-                             [&](zelto::TPlainWriter& body) { WritePath(body, zelto::KEY_OBJ, object); });
+    return zelto::RunRequest(*ipc, zelto::METHOD_DELETE_OBJECT_INSTANCE, [&](zelto::TPlainWriter& body) {
+        zelto::WritePath(body, zelto::KEY_OBJ, object);
+    });
 }
 
 int TZeltoApplication::GetObjectIds(const std::string& object, std::vector<int>& ids) {
     return zelto::RunRequest(
         *ipc, zelto::METHOD_GET_OBJECT_INSTANCES,
-        [&](zelto::TPlainWriter& body) { WritePath(body, zelto::KEY_OBJ, object); },
+        [&](zelto::TPlainWriter& body) { zelto::WritePath(body, zelto::KEY_OBJ, object); },
         [&](const std::string& answer) {
             const TZeltoJsonObject response = zelto::Decoded(answer);
             const json_t* const answered = zelto::ValueOf(response, zelto::KEY_IDS);
@@ -46,7 +39,7 @@ int TZeltoApplication::GetObject(const std::string& root, std::vector<TZeltoAppP
         *ipc, zelto::METHOD_GET_OBJECT,
         [&](zelto::TPlainWriter& body) {
             zelto::WriteNames(body, params);
-            WritePath(body, zelto::KEY_ROOT, root);
+            zelto::WritePath(body, zelto::KEY_ROOT, root);
         },
         [&](const std::string& answer) { zelto::ReadParams(answer, params); });
 }
@@ -55,7 +48,7 @@ int TZeltoApplication::SetObject(const std::string& root, const std::vector<TZel
                                  bool commit) {
     return zelto::RunRequest(*ipc, zelto::METHOD_SET_OBJECT, [&](zelto::TPlainWriter& body) {
         zelto::WriteParams(body, params);
-        WritePath(body, zelto::KEY_ROOT, root);
+        zelto::WritePath(body, zelto::KEY_ROOT, root);
         body.Flag(zelto::KEY_COMMIT, commit);
     });
 }

@@ -2,6 +2,9 @@
 
 #include "protocol/MessageBody.h"
 #include "protocol/RequestNames.h"
+#include "utils/FixedText.h"
+
+#include <algorithm>
 
 namespace zelto {
 
@@ -11,45 +14,53 @@ namespace {
 constexpr std::size_t TYPICAL_ENTRY_SIZE = 80;
 
 // One entry for each parameter, with the keys that `writeKeys(param)` writes.
-template <typename TWriteKeys>
-void WriteEntries(TPlainWriter& body, const std::vector<TZeltoApplication::TZeltoAppParam>& params,
-                  const TWriteKeys& writeKeys) {
-    if (params.empty()) {
+template <typename TParam, typename TWriteKeys>
+void WriteEntries(TPlainWriter& body, const TParam* params, std::size_t count, const TWriteKeys& writeKeys) {
+    if (count == 0) {
         body.Null(KEY_PARAMS);
         return;
     }
-    body.Reserve(params.size() * TYPICAL_ENTRY_SIZE);
+    body.Reserve(count * TYPICAL_ENTRY_SIZE);
     body.BeginList(KEY_PARAMS);
-    for (const TZeltoApplication::TZeltoAppParam& param : params) {
+    std::for_each(params, params + count, [&](const TParam& param) {
         body.BeginObject();
         writeKeys(param);
         body.EndObject();
-    }
+    });
     body.EndList();
 }
 
 } // namespace
 
-void WriteName(TPlainWriter& body, const std::string& name) {
+void WriteName(TPlainWriter& body, std::string_view name) {
     body.Text(KEY_NAME, name, "parameter name");
 }
 
-void WriteAssignment(TPlainWriter& body, const std::string& name, const std::string& value, bool commit) {
+void WriteAssignment(TPlainWriter& body, std::string_view name, std::string_view value, bool commit) {
     WriteName(body, name);
-    body.Text(KEY_VALUE, value, name.c_str());
+    body.Text(KEY_VALUE, value, name);
     body.Flag(KEY_COMMIT, commit);
 }
 
 void WriteNames(TPlainWriter& body, const std::vector<TZeltoApplication::TZeltoAppParam>& params) {
-    WriteEntries(body, params,
+    WriteEntries(body, params.data(), params.size(),
                  [&](const TZeltoApplication::TZeltoAppParam& param) { WriteName(body, param.name); });
 }
 
+void WriteNames(TPlainWriter& body, const tZeltoParamArray& params) {
+    WriteEntries(body, params.params, params.count,
+                 [&](const tZeltoParam& param) { WriteName(body, ViewField(param.name)); });
+}
+
 void WriteParams(TPlainWriter& body, const std::vector<TZeltoApplication::TZeltoAppParam>& params) {
-    WriteEntries(body, params, [&](const TZeltoApplication::TZeltoAppParam& param) {
+    WriteEntries(body, params.data(), params.size(), [&](const TZeltoApplication::TZeltoAppParam& param) {
         WriteName(body, param.name);
-        body.Text(KEY_VALUE, param.value, param.name.c_str());
+        body.Text(KEY_VALUE, param.value, param.name);
     });
+}
+
+void WritePath(TPlainWriter& body, std::string_view key, std::string_view path) {
+    body.Text(key, path, "object path");
 }
 
 void ReadParams(const std::string& answer, std::vector<TZeltoApplication::TZeltoAppParam>& params) {

@@ -5,8 +5,10 @@
 #include "protocol/PlainWriter.h"
 #include "zelto/TZeltoApplication.h"
 #include "zelto/TZeltoJsonObject.h"
+#include "zelto/ZeltoAppRecords.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zelto {
@@ -14,14 +16,18 @@ namespace zelto {
 // Those that write throw std::runtime_error naming the parameter when a text is not UTF-8.
 
 // "NAME".
-void WriteName(TPlainWriter& body, const std::string& name);
+void WriteName(TPlainWriter& body, std::string_view name);
 
 // "NAME", "VALUE" and "COMMIT".
-void WriteAssignment(TPlainWriter& body, const std::string& name, const std::string& value, bool commit);
+void WriteAssignment(TPlainWriter& body, std::string_view name, std::string_view value, bool commit);
 
 // "PARAMS" with one name entry, or one parameter entry, for each parameter; null when there are none.
 void WriteNames(TPlainWriter& body, const std::vector<TZeltoApplication::TZeltoAppParam>& params);
+void WriteNames(TPlainWriter& body, const tZeltoParamArray& params);
 void WriteParams(TPlainWriter& body, const std::vector<TZeltoApplication::TZeltoAppParam>& params);
+
+// The path of an object, under `key`.
+void WritePath(TPlainWriter& body, std::string_view key, std::string_view path);
 
 // Replaces the list by the parameter entries of an answer.
 void ReadParams(const std::string& answer, std::vector<TZeltoApplication::TZeltoAppParam>& params);

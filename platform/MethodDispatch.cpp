@@ -78,20 +78,34 @@ int SetValue(const std::string& name, const std::string& value, bool commit, boo
     return SUCCESS;
 }
 
-// Writes the entries that a name stands for. Answers are in the application's numbering.
-int ReadNames(std::string requested, TPlainWriter& answer) {
-    TExpandedNames expanded = ExpandName(std::move(requested));
+int ReadEntry(const std::string& name, TPlainWriter& answer) {
+    std::string value;
+    if (ReadValue(name, false, value) != SUCCESS) {
+        return FAILURE;
+    }
+    WriteEntry(answer, name, value);
+    return SUCCESS;
+}
+
+// Answers are in the application's numbering.
+int ReadInstances(const std::string& wildcard, TPlainWriter& answer) {
+    TExpandedNames expanded = ExpandName(wildcard);
     for (std::string& name : expanded.names) {
         std::string value;
-        if (ReadValue(name, expanded.fromWildcard, value) != SUCCESS) {
+        if (ReadValue(name, true, value) != SUCCESS) {
             return FAILURE;
         }
-        if (expanded.fromWildcard && name.front() != MARK) {
+        if (name.front() != MARK) {
             referResponseIndexMap(name);
         }
         WriteEntry(answer, name, value);
     }
     return expanded.names.empty() ? FAILURE : SUCCESS;
+}
+
+// Writes the entries that a name stands for.
+int ReadNames(const std::string& requested, TPlainWriter& answer) {
+    return IsWildcard(requested) ? ReadInstances(requested, answer) : ReadEntry(requested, answer);
 }
 
 int SetNames(std::string requested, const std::string& value, bool commit) {
@@ -132,8 +146,10 @@ int SetLongParam(const TMessageBody& request, TPlainWriter&) {
 
 int GetParamArray(const TMessageBody& request, TPlainWriter& answer) {
     answer.BeginList(KEY_PARAMS);
+    std::string name;
     for (const TBodyEntry& entry : request.Params()) {
-        if (ReadNames(std::string(entry.name), answer) != SUCCESS) {
+        name = entry.name;
+        if (ReadNames(name, answer) != SUCCESS) {
             return FAILURE;
         }
     }

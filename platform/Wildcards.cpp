@@ -35,6 +35,10 @@ std::vector<std::string> NamesOfInstances(const std::string& prefix, const std::
 
 } // namespace
 
+bool IsWildcard(std::string_view name) {
+    return name.find('*') != std::string_view::npos;
+}
+
 TExpandedNames ExpandName(std::string name) {
     TExpandedNames expanded;
     const std::size_t star = name.find('*');

@@ -3,9 +3,12 @@
 #define ZELTO_PLATFORM_WILDCARDS_H
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zelto {
+
+bool IsWildcard(std::string_view name);
 
 struct TExpandedNames {
     std::vector<std::string> names;

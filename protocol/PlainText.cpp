@@ -17,15 +17,21 @@ unsigned char ByteAt(const char* position) {
     return static_cast<unsigned char>(*position);
 }
 
-// Whether all eight bytes are ASCII and none needs an escape. The subtractions borrow from the byte above
-// only where a byte below has failed already.
-bool IsPlainWord(const char* position) {
+// The number of plain ASCII characters among the eight at `position`, counted from the first; on machines
+// whose first byte is the highest only whether there are eight or fewer. The subtractions borrow from the
+// byte above only where a byte below is marked already.
+std::size_t PlainCount(const char* position) {
     TWord word = 0;
     std::memcpy(&word, position, sizeof(word));
     const TWord controls = word - EACH_BYTE * 0x20U;
     const TWord quotes = (word ^ EACH_BYTE * static_cast<unsigned char>('"')) - EACH_BYTE;
     const TWord backslashes = (word ^ EACH_BYTE * static_cast<unsigned char>('\\')) - EACH_BYTE;
-    return ((word | controls | quotes | backslashes) & HIGH_BITS) == 0;
+    const TWord marks = (word | controls | quotes | backslashes) & HIGH_BITS;
+    if (marks == 0) {
+        return sizeof(word);
+    }
+    constexpr bool FIRST_IS_LOWEST = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
+    return FIRST_IS_LOWEST ? static_cast<std::size_t>(__builtin_ctzll(marks)) / 8 : 0;
 }
 
 bool IsPlainByte(unsigned char byte) {
@@ -67,8 +73,12 @@ std::size_t CharacterLength(const char* position, const char* end) {
 const char* EndOfPlainText(const char* begin, const char* end) {
     const char* position = begin;
     while (position != end) {
-        while (static_cast<std::size_t>(end - position) >= sizeof(TWord) && IsPlainWord(position)) {
-            position += sizeof(TWord);
+        while (static_cast<std::size_t>(end - position) >= sizeof(TWord)) {
+            const std::size_t count = PlainCount(position);
+            position += count;
+            if (count < sizeof(TWord)) {
+                break;
+            }
         }
         while (position != end && IsPlainByte(ByteAt(position))) {
             ++position;

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace zelto {
 
@@ -13,38 +14,43 @@ public:
     // Begins the object.
     TPlainWriter() : out(1, '{') {}
 
-    void Reserve(std::size_t size) { out.reserve(size); }
+    // Makes room for so many more bytes at once.
+    void Reserve(std::size_t size) { static_cast<void>(Room(size)); }
 
     // These write one key and its value. A text ends at its first NUL, as every text of the protocol does.
 
     // Throws std::runtime_error naming `what` when the text is not UTF-8.
-    void Text(const char* key, const std::string& text, const char* what);
+    void Text(std::string_view key, std::string_view text, std::string_view what);
     // Writes null and returns false when the text is not UTF-8.
-    bool TextOrNull(const char* key, const std::string& text);
-    void Flag(const char* key, bool flag);
-    void Integer(const char* key, int number);
-    void Null(const char* key);
+    bool TextOrNull(std::string_view key, std::string_view text);
+    void Flag(std::string_view key, bool flag);
+    void Integer(std::string_view key, int number);
+    void Null(std::string_view key);
 
     // A list of objects or integers. Between BeginObject and EndObject the keys are those of the element.
-    void BeginList(const char* key);
-    void EndList() { Close(']'); }
+    void BeginList(std::string_view key);
+    void EndList() { Close("]"); }
     void BeginObject();
-    void EndObject() { Close('}'); }
+    void EndObject() { Close("}"); }
     void Element(int number);
 
     // Whether no key has been written.
-    bool IsEmpty() const { return out.size() == 1; }
+    bool IsEmpty() const { return used == 1; }
 
     // Ends the object and hands over its text; the writer is used up.
     std::string Take();
 
 private:
-    void Key(const char* key);
+    char* Room(std::size_t size);
+    void Append(std::string_view bytes);
+    void Key(std::string_view key);
     void Separate();
-    void Close(char bracket);
-    bool AppendQuoted(const std::string& text);
+    void Close(std::string_view bracket);
+    bool AppendQuoted(std::string_view text);
+    void AppendEscaped(char character);
 
-    std::string out;
+    std::string out; // longer than what has been written
+    std::size_t used = 1;
     bool first = true; // nothing stands yet in the innermost object or list
 };
 
