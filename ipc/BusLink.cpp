@@ -22,6 +22,17 @@ void RequireStep(dbus_bool_t done, const char* function) {
     }
 }
 
+// A container that is still open when a step fails is given up with what libdbus holds for it.
+struct TContainer {
+    explicit TContainer(DBusMessageIter& outerArguments) : outer(outerArguments) {}
+    ~TContainer() { dbus_message_iter_abandon_container_if_open(&outer, &inner); }
+    TContainer(const TContainer&) = delete;
+    TContainer& operator=(const TContainer&) = delete;
+
+    DBusMessageIter& outer;
+    DBusMessageIter inner = DBUS_MESSAGE_ITER_INIT_CLOSED;
+};
+
 TMessageHandle MakeMonitorRequest() {
     TMessageHandle request(dbus_message_new_method_call(DBUS_SERVICE_DBUS, DBUS_PATH_DBUS,
                                                         DBUS_INTERFACE_MONITORING, "BecomeMonitor"));
@@ -29,16 +40,17 @@ TMessageHandle MakeMonitorRequest() {
         Fail("dbus_message_new_method_call failed");
     }
     DBusMessageIter arguments;
-    DBusMessageIter rules;
     dbus_message_iter_init_append(request.get(), &arguments);
-    RequireStep(
-        dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, DBUS_TYPE_STRING_AS_STRING, &rules),
-        "dbus_message_iter_open_container");
+    TContainer rules(arguments);
+    RequireStep(dbus_message_iter_open_container(&arguments, DBUS_TYPE_ARRAY, DBUS_TYPE_STRING_AS_STRING,
+                                                 &rules.inner),
+                "dbus_message_iter_open_container");
     for (const char* rule : {"type='signal',member='NameAcquired'", "type='signal',member='NameLost'"}) {
-        RequireStep(dbus_message_iter_append_basic(&rules, DBUS_TYPE_STRING, &rule),
+        RequireStep(dbus_message_iter_append_basic(&rules.inner, DBUS_TYPE_STRING, &rule),
                     "dbus_message_iter_append_basic");
     }
-    RequireStep(dbus_message_iter_close_container(&arguments, &rules), "dbus_message_iter_close_container");
+    RequireStep(dbus_message_iter_close_container(&arguments, &rules.inner),
+                "dbus_message_iter_close_container");
     const dbus_uint32_t flags = 0;
     RequireStep(dbus_message_iter_append_basic(&arguments, DBUS_TYPE_UINT32, &flags),
                 "dbus_message_iter_append_basic");
