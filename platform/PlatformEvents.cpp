@@ -1,11 +1,10 @@
 #include "platform/PlatformEvents.h"
 
-#include "data/JsonHandle.h"
 #include "platform/PlatformLib.h"
+#include "protocol/PlainWriter.h"
 #include "protocol/RequestNames.h"
 #include "utils/FixedText.h"
 #include "utils/Log.h"
-#include "zelto/TZeltoJsonObject.h"
 #include "zelto/ZeltoPlatformLib.h"
 
 #include <cstring>
@@ -34,32 +33,30 @@ void CopyWholeCharacters(char (&field)[ZELTO_TEXT_SIZE], const char* text) {
 }
 
 // One odd host name must not keep the event from the applications: it is sent as null.
-void SetField(TZeltoJsonObject& body, const char* key, const std::string& text) {
-    TJsonHandle value(json_string(text.c_str()));
-    if (!value) {
+void WriteField(TPlainWriter& body, const char* key, std::string_view text) {
+    if (!body.TextOrNull(key, text)) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"The %s of an event is not valid UTF-8\"", key);
     }
-    body.SetJsonObject(key, value.release());
 }
 
-void FillClientEvent(TZeltoJsonObject& body, const tZeltoPltClientEvent& record) {
-    SetField(body, KEY_MAC_ADDRESS, ReadField(record.macAddress));
-    SetField(body, KEY_HOST_NAME, ReadField(record.hostName));
+void WriteClientEvent(TPlainWriter& body, const tZeltoPltClientEvent& record) {
+    WriteField(body, KEY_MAC_ADDRESS, ViewField(record.macAddress));
+    WriteField(body, KEY_HOST_NAME, ViewField(record.hostName));
 }
 
-void FillChangeEvent(TZeltoJsonObject& body, const tZeltoPltDataModelEvent& record) {
-    SetField(body, KEY_DATA_MODEL_NAME, ReadField(record.name));
-    SetField(body, KEY_DATA_MODEL_VALUE, ReadField(record.value));
+void WriteChangeEvent(TPlainWriter& body, const tZeltoPltDataModelEvent& record) {
+    WriteField(body, KEY_DATA_MODEL_NAME, ViewField(record.name));
+    WriteField(body, KEY_DATA_MODEL_VALUE, ViewField(record.value));
 }
 
 void SendRecord(const char* eventName, tZeltoPltEventType type, const void* record) {
-    TZeltoJsonObject body;
+    TPlainWriter body;
     if (type == PLT_EVENT_DATA_MODEL_CHANGED) {
-        FillChangeEvent(body, *static_cast<const tZeltoPltDataModelEvent*>(record));
+        WriteChangeEvent(body, *static_cast<const tZeltoPltDataModelEvent*>(record));
     } else {
-        FillClientEvent(body, *static_cast<const tZeltoPltClientEvent*>(record));
+        WriteClientEvent(body, *static_cast<const tZeltoPltClientEvent*>(record));
     }
-    platformIpc->SendEvent(eventName, body.EncodeToString());
+    platformIpc->SendEvent(eventName, body.Take());
 }
 
 } // namespace
