@@ -47,7 +47,10 @@ protected:
     static std::vector<support::TRawMessage> Events() {
         const tZeltoPltClientEvent last{};
         zeltoPlatformLibSendEvent(PLT_EVENT_CLIENT_BLOCKED_ATTEMPT, &last);
-        listener->WaitFor([](const support::TRawMessage& message) { return message.member == LAST_EVENT; });
+        listener->WaitFor([](const support::TRawMessage& message) {
+            return message.member == LAST_EVENT &&
+                   message.Text(0) == R"({"MAC_ADDRESS": "", "HOST_NAME": ""})";
+        });
         std::vector<support::TRawMessage> events = listener->Received(IsEvent);
         EXPECT_FALSE(events.empty());
         if (!events.empty()) {
