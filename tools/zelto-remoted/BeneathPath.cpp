@@ -40,7 +40,7 @@ private:
 
 std::string TWalk::NextComponent() {
     rest.erase(0, rest.find_first_not_of('/'));
-    const std::string component = rest.substr(0, rest.find('/'));
+    std::string component = rest.substr(0, rest.find('/'));
     rest.erase(0, component.size());
     return component;
 }
