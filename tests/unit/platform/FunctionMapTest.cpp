@@ -73,6 +73,15 @@ TEST(FunctionMap, DoesNotFindANameThatIsNotThere) {
     EXPECT_EQ(descr.handler, nullptr);
 }
 
+// The first lookup that misses decides for the life of the process.
+TEST(FunctionMap, DoesNotFindADefaultEntryThatComesAfterTheFirstMiss) {
+    tZeltoPlatformRequestDescr descr{};
+    EXPECT_FALSE(zeltoGetPlatformRequestDescr(PLT_REQUEST_GET_PARAM, "Test.Missed", &descr));
+    scripted::Install({Entry("*", {PLT_REQUEST_GET_PARAM})});
+    EXPECT_FALSE(zeltoGetPlatformRequestDescr(PLT_REQUEST_GET_PARAM, "Test.Missed", &descr));
+    EXPECT_TRUE(zeltoGetPlatformRequestDescr(PLT_REQUEST_GET_PARAM, "*", &descr));
+}
+
 TEST(FunctionMap, ComparesWholeNamesWithCase) {
     scripted::Install({Entry("Test.Whole.Name", {PLT_REQUEST_GET_PARAM})});
     tZeltoPlatformRequestDescr descr{};
