@@ -52,11 +52,19 @@ bool TClientChannel::IsLost() const {
     return lost || dbus_connection_get_is_connected(connection.get()) == FALSE;
 }
 
-bool TClientChannel::CanTakeMore() const {
-    if (IsLost()) {
-        return false;
+bool TClientChannel::HasUnsent() const {
+    return dbus_connection_has_messages_to_send(connection.get()) != FALSE;
+}
+
+bool TClientChannel::IsClogged() const {
+    return stalled && dbus_connection_get_outgoing_size(connection.get()) > MAX_STALLED_BYTES;
+}
+
+bool TClientChannel::CanTakeMore() {
+    if (!IsLost() && IsClogged()) {
+        Drain(); // the bus may read again
     }
-    return !stalled || dbus_connection_get_outgoing_size(connection.get()) <= MAX_STALLED_BYTES;
+    return !IsLost() && !IsClogged();
 }
 
 TPendingCallHandle TClientChannel::SendCall(DBusMessage* message) {
@@ -72,7 +80,7 @@ TMessageHandle TClientChannel::WaitForAnswer(DBusPendingCall* pending, TClock::t
                                              const TRun* run) {
     TWaiter waiter{pending, {}};
     if (!WaitUntilDone(waiter, deadline, run)) {
-        stalled = dbus_connection_has_messages_to_send(connection.get()) != FALSE;
+        stalled = HasUnsent();
         return nullptr;
     }
     stalled = false;
@@ -84,7 +92,7 @@ bool TClientChannel::Send(DBusMessage* message, TClock::time_point deadline, con
     if (!CanTakeMore() || dbus_connection_send(connection.get(), message, nullptr) == FALSE) {
         return false;
     }
-    if (dbus_connection_has_messages_to_send(connection.get()) != FALSE) {
+    if (HasUnsent()) {
         TWaiter waiter{nullptr, {}};
         stalled = !WaitUntilDone(waiter, deadline, run);
     }
@@ -109,11 +117,12 @@ void TClientChannel::Drain() {
     Dispatch();
     const auto limit = begin + DRAIN_LIMIT;
     busy = false;
-    while (HasInput() && TClock::now() < limit) {
+    while (CanReadOrSend() && TClock::now() < limit) {
         Read();
         Dispatch();
         busy = true;
     }
+    busy = busy || HasUnsent();
     lock.lock();
     nextDrain = TClock::now() + (busy ? BUSY_DRAIN_INTERVAL : DRAIN_INTERVAL);
     leading = false;
@@ -135,7 +144,7 @@ bool TClientChannel::IsDone(const TWaiter& waiter) const {
     if (waiter.pending != nullptr) {
         return dbus_pending_call_get_completed(waiter.pending) != FALSE;
     }
-    return lost || dbus_connection_has_messages_to_send(connection.get()) == FALSE;
+    return lost || !HasUnsent();
 }
 
 bool TClientChannel::WaitUntilDone(TWaiter& waiter, TClock::time_point deadline, const TRun* run) {
@@ -190,8 +199,7 @@ void TClientChannel::Poll(TClock::time_point deadline) {
     }
     // Set before the queue is looked at: whoever queues a message after that look sees it set and kicks.
     polling = true;
-    const bool isSending = dbus_connection_has_messages_to_send(connection.get()) != FALSE;
-    const auto events = static_cast<short>(isSending ? POLLIN | POLLOUT : POLLIN);
+    const auto events = static_cast<short>(HasUnsent() ? POLLIN | POLLOUT : POLLIN);
     pollfd polled[] = {{fd, events, 0}, {kick.Get(), POLLIN, 0}};
     const int ready = poll(polled, 2, PollTimeout(deadline));
     polling = false;
@@ -201,8 +209,8 @@ void TClientChannel::Poll(TClock::time_point deadline) {
     }
 }
 
-bool TClientChannel::HasInput() const {
-    pollfd polled{-1, POLLIN, 0};
+bool TClientChannel::CanReadOrSend() const {
+    pollfd polled{-1, static_cast<short>(HasUnsent() ? POLLIN | POLLOUT : POLLIN), 0};
     return !lost && dbus_connection_get_unix_fd(connection.get(), &polled.fd) != FALSE &&
            poll(&polled, 1, 0) > 0;
 }

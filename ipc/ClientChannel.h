@@ -46,9 +46,10 @@ public:
     // Hands a message to libdbus and returns.
     void Post(DBusMessage* message);
 
-    // Takes in, without waiting, what has arrived that nobody waits for.
+    // Takes in, without waiting, what has arrived that nobody waits for, and sends what the bus did not take
+    // before.
     void Drain();
-    // The last Drain has found something: more is likely to follow at once.
+    // The last Drain has found something, or left something: more is likely to be done at once.
     bool IsBusy() const { return busy; }
     // Makes every waiting thread look at its reasons to stop waiting.
     void WakeAll();
@@ -59,12 +60,14 @@ private:
         std::condition_variable condition;
     };
 
-    bool CanTakeMore() const;
+    bool CanTakeMore();
+    bool IsClogged() const;
+    bool HasUnsent() const;
     bool IsDone(const TWaiter& waiter) const;
     bool WaitUntilDone(TWaiter& waiter, TClock::time_point deadline, const TRun* run);
     void LeadOnce(const TWaiter& waiter, TClock::time_point deadline);
     void Poll(TClock::time_point deadline);
-    bool HasInput() const;
+    bool CanReadOrSend() const;
     void Read();
     void Dispatch();
     void WakeDone();
