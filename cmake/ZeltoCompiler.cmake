@@ -23,11 +23,6 @@ target_compile_options(zelto_compiler INTERFACE
   $<$<BOOL:${ZELTO_WERROR}>:-Werror>
   -fstack-protector-strong)
 
-# A gateway has little flash and memory, and what takes time here is the bus.
-if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-  target_compile_options(zelto_compiler INTERFACE $<$<CONFIG:Release>:-Os>)
-endif()
-
 # A sanitizer brings run-time checks of its own, which the fortified calls would hide.
 if(ZELTO_SANITIZE)
   target_compile_options(zelto_compiler INTERFACE

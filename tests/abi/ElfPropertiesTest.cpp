@@ -76,7 +76,7 @@ TEST(Library, ProtectsItsStack) {
     EXPECT_TRUE(Imports([](const std::string& name) { return name == "__stack_chk_fail"; }));
 }
 
-#ifdef _FORTIFY_SOURCE
+#if LIBRARY_IS_OPTIMISED
 TEST(Library, ChecksTheSizesOfItsBuffers) {
     const auto isChecked = [](const std::string& name) {
         return name.size() > 6 && name.compare(name.size() - 4, 4, "_chk") == 0 &&
