@@ -251,9 +251,9 @@ TEST_F(Reconnection, SurvivesTwentyKillsUnderLoad) {
         const auto back = std::chrono::steady_clock::now();
         const long atRestart = good;
         ASSERT_TRUE(Eventually([&] { return good > atRestart; }, std::chrono::seconds(20)));
-        recoveries.push_back(
-            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - back)
-                .count());
+        const auto recovery =
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - back);
+        recoveries.push_back(static_cast<long>(recovery.count()));
     }
     loading = false;
     for (std::thread& thread : load) {
