@@ -112,6 +112,7 @@ void TPlainWriter::Close(std::string_view bracket) {
 }
 
 bool TPlainWriter::AppendQuoted(std::string_view text) {
+    Reserve(text.size() + 2); // a long text at once, or it would be moved several times
     Append("\"");
     const char* position = text.data();
     const char* const end = position + text.size();
