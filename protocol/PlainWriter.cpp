@@ -89,14 +89,13 @@ void TPlainWriter::Append(std::string_view bytes) {
 }
 
 void TPlainWriter::Key(std::string_view key) {
-    constexpr std::size_t AROUND = 6; // the separator, the quotes and the colon
+    constexpr std::string_view BEHIND = "\": ";
     Separate();
-    char* at = Room(key.size() + AROUND);
-    *at++ = '"';
-    std::memcpy(at, key.data(), key.size());
-    at += key.size();
-    std::memcpy(at, "\": ", 3);
-    used += key.size() + 4;
+    char* const at = Room(1 + key.size() + BEHIND.size());
+    *at = '"';
+    std::memcpy(at + 1, key.data(), key.size());
+    std::memcpy(at + 1 + key.size(), BEHIND.data(), BEHIND.size());
+    used += 1 + key.size() + BEHIND.size();
 }
 
 void TPlainWriter::Separate() {
