@@ -57,7 +57,7 @@ void FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
         if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
             return;
         }
-        if (poll(polled, 2, PollTimeout(deadline)) > 0 && polled[1].revents != 0) {
+        if (poll(polled, 2, PollTimeout(deadline)) > 0 && run != nullptr && polled[1].revents != 0) {
             run->ClearWake(); // the next turn looks at the link anyway
         }
         if (dbus_connection_read_write(connection, 0) == FALSE) {
