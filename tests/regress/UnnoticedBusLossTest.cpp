@@ -18,10 +18,6 @@ TPrivateBus& Bus() {
     return TBusEnvironment::Bus();
 }
 
-bool HasOwner(const std::string& identity) {
-    return TRawPeer(BusAddress()).HasOwner(BusName(identity));
-}
-
 } // namespace
 
 TEST(UnnoticedBusLoss, IsEndedByACallAfterAFailedEvent) {
