@@ -8,12 +8,16 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <mutex>
+#include <sstream>
 #include <stdexcept>
 #include <thread>
 
 #include <fcntl.h>
+#include <link.h>
 #include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -74,6 +78,27 @@ std::vector<std::string> MergedEnvironment(const TChildProcess::TEnvironment& ad
         merged.push_back(name + "=" + value);
     }
     return merged;
+}
+
+// Whether a file is a program for the machine that this one was compiled for.
+bool IsOfThisMachine(const std::string& path) {
+    const auto header = [](const std::string& file) {
+        ElfW(Ehdr) read{};
+        std::ifstream(file, std::ios::binary).read(reinterpret_cast<char*>(&read), sizeof(read));
+        return read;
+    };
+    return header(path).e_machine == header("/proc/self/exe").e_machine;
+}
+
+// An emulated test cannot start an emulated program by its name alone.
+std::vector<std::string> WithEmulator(const std::vector<std::string>& command) {
+    std::istringstream words(EMULATOR);
+    std::vector<std::string> emulated{std::istream_iterator<std::string>(words), {}};
+    if (emulated.empty() || !IsOfThisMachine(command.front())) {
+        return command;
+    }
+    emulated.insert(emulated.end(), command.begin(), command.end());
+    return emulated;
 }
 
 struct TChildSetup {
@@ -145,7 +170,7 @@ void TChildProcess::TState::Start(const std::vector<std::string>& command, const
     TPipe in;
     TPipe out;
     TPipe err;
-    TTextArray arguments(command);
+    TTextArray arguments(WithEmulator(command));
     TTextArray environment(MergedEnvironment(options.environment));
     const int errorEnd = options.errorDescriptor >= 0 ? options.errorDescriptor : err.writer.Get();
     const TChildSetup setup{in.reader.Get(), out.writer.Get(), errorEnd,          options.directory.c_str(),
