@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <tuple>
 
@@ -21,6 +22,13 @@ protected:
     }
 };
 
+// The bus tells a party of its name in its own time: nothing but events may have been logged.
+bool HasOnlyHeardEvents() {
+    const auto messages = LogSpy::Messages();
+    return std::all_of(messages.begin(), messages.end(),
+                       [](const LogSpy::TMessage& message) { return message.format == "\"'%s' - '%s'\""; });
+}
+
 TEST_F(ApplicationCore, OwnsTheNameOfItsIdentity) {
     EXPECT_TRUE(manager.Peer().HasOwner(BUS_NAME));
 }
@@ -31,7 +39,7 @@ TEST_F(ApplicationCore, IgnoresASecondInitialize) {
     EXPECT_TRUE(manager.Peer().HasOwner(BUS_NAME));
     EXPECT_FALSE(manager.Peer().HasOwner("com.Ulmet.Zelto.ANOTHER_NAME"));
     EXPECT_FALSE(manager.Peer().HasOwner("com.Ulmet.Zelto.ZELTO_KESTA"));
-    EXPECT_TRUE(LogSpy::Messages().empty()) << LogSpy::Dump();
+    EXPECT_TRUE(HasOnlyHeardEvents()) << LogSpy::Dump();
 }
 
 TEST_F(ApplicationCore, AnswersThatItIsActive) {
@@ -103,7 +111,7 @@ TEST_F(IsAppActive, AsksNobodyForAnIdentifierWithoutAText) {
     isActive = true;
     EXPECT_EQ(app.IsAppActive(static_cast<tZeltoClientId>(5), isActive), -1);
     EXPECT_TRUE(isActive);
-    EXPECT_TRUE(LogSpy::Messages().empty()) << LogSpy::Dump();
+    EXPECT_TRUE(HasOnlyHeardEvents()) << LogSpy::Dump();
 }
 
 // Writes each event as one line.

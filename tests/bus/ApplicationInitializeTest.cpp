@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 namespace {
@@ -38,6 +39,13 @@ bool IsOnTheBus(const std::string& identity) {
     return peer.HasOwner("com.Ulmet.Zelto." + identity);
 }
 
+// The bus tells a party of its name in its own time: nothing but events may have been logged.
+bool HasOnlyHeardEvents() {
+    const auto messages = LogSpy::Messages();
+    return std::all_of(messages.begin(), messages.end(),
+                       [](const LogSpy::TMessage& message) { return message.format == "\"'%s' - '%s'\""; });
+}
+
 TEST(Initialize, CanBeRepeatedUntilItSucceedsAndThenDoesNothing) {
     support::TPrivateBus& bus = support::TBusEnvironment::Bus();
 
@@ -62,7 +70,7 @@ TEST(Initialize, CanBeRepeatedUntilItSucceedsAndThenDoesNothing) {
     LogSpy::Clear();
     App().Initialize("OTHER");
     EXPECT_FALSE(IsOnTheBus("OTHER"));
-    EXPECT_TRUE(LogSpy::Messages().empty()) << LogSpy::Dump();
+    EXPECT_TRUE(HasOnlyHeardEvents()) << LogSpy::Dump();
 }
 
 TEST(IsAppActive, GivesThreeWithoutABusAndLeavesTheFlagAlone) {
