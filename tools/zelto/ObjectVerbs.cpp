@@ -1,79 +1,181 @@
-// add, del and map.
+// add, del, ls, getobj and setobj.
 
+#include "Assignments.h"
 #include "ExitCodes.h"
+#include "IndexMap.h"
 #include "Output.h"
-#include "Requests.h"
+#include "ParamRequests.h"
 #include "Verbs.h"
 
-#include <map>
+#include <algorithm>
+#include <iterator>
 #include <memory>
 
 namespace tool {
 
 namespace {
 
+struct TObjectOptions {
+    std::string object;
+    std::vector<std::string> arguments;
+    bool valuesOnly = false;
+    bool isCommitted = false;
+};
+
+using TRunVerb = int (*)(const TGlobals&, const TObjectOptions&);
+
 std::string WithFinalDot(const std::string& path) {
     return path.empty() || path.back() != '.' ? path + "." : path;
 }
 
-int PrintResult(const std::string& line) {
-    if (PrintLine(line)) {
-        return EXIT_DONE;
-    }
-    PrintError("cannot write to standard output");
-    return EXIT_RUN_TIME;
+TZeltoJsonObject ObjectBody(const std::string& object) {
+    TZeltoJsonObject body;
+    SetText(body, "OBJ", object);
+    return body;
 }
 
-int RunAdd(const TContext& context, const std::string& path) {
-    std::string table = WithFinalDot(path);
-    int id = 0;
-    int code = RunRequest(context.timeoutSeconds, "add " + table, {},
-                          [&table, &id](TZeltoApplication& app) { return app.AddObject(table, id); });
-    return code == EXIT_DONE ? PrintResult(Escape(table) + std::to_string(id) + ".") : code;
-}
-
-int RunDel(const TContext& context, const std::string& path) {
-    std::string instance = WithFinalDot(path);
-    return RunRequest(context.timeoutSeconds, "del " + instance, {},
-                      [&instance](TZeltoApplication& app) { return app.RemoveObject(instance); });
-}
-
-int RunMap(const TContext& context) {
-    std::unordered_map<std::string, std::vector<std::pair<int, int>>> indexMap;
-    int code = RunRequest(context.timeoutSeconds, "map", {},
-                          [&indexMap](TZeltoApplication& app) { return app.GetIndexMap(indexMap); });
+int RunAdd(const TGlobals& globals, const TObjectOptions& options) {
+    const std::string table = WithFinalDot(options.object);
+    TZeltoJsonObject record = ObjectBody(table);
+    TZeltoJsonObject answer;
+    const int code = Ask(globals, "add " + table, "ADD_OBJECT_INSTANCE", record, answer);
     if (code != EXIT_DONE) {
         return code;
     }
-    std::map<std::string, std::vector<std::pair<int, int>>> sorted(indexMap.begin(), indexMap.end());
-    for (const auto& [table, pairs] : sorted) {
-        for (const auto& [application, platform] : pairs) {
-            std::string line = table + std::to_string(application) + "=" + table + std::to_string(platform);
-            if (PrintResult(Escape(line)) != EXIT_DONE) {
-                return EXIT_RUN_TIME;
-            }
-        }
-    }
-    return EXIT_DONE;
+    const int id = GetInteger(answer, "ID");
+    SetInteger(record, "ID", id);
+    TOutput output(globals, "");
+    (void)output.Add(table + std::to_string(id) + ".", record);
+    return output.Finish(EXIT_DONE);
 }
 
-void AddPathVerb(CLI::App& app, TContext& context, const char* name, const char* description,
-                 const char* argument, int (*run)(const TContext&, const std::string&)) {
-    auto path = std::make_shared<std::string>();
-    CLI::App* verb = app.add_subcommand(name, description);
-    verb->add_option(argument, *path, "Name of an object")->required();
-    verb->callback(
-        [&context, run, path] { context.run = [&context, run, path] { return run(context, *path); }; });
+int RunDel(const TGlobals& globals, const TObjectOptions& options) {
+    const std::string instance = WithFinalDot(options.object);
+    const TZeltoJsonObject record = ObjectBody(instance);
+    TZeltoJsonObject answer;
+    const int code = Ask(globals, "del " + instance, "DELETE_OBJECT_INSTANCE", record, answer);
+    if (code != EXIT_DONE) {
+        return code;
+    }
+    TOutput output(globals, "");
+    (void)output.Add(record);
+    return output.Finish(EXIT_DONE);
+}
+
+// The manager lists an instance by the platform's number.
+std::string InstancePath(const TIndexMap& indexMap, const std::string& table, int id) {
+    const std::string path = table + std::to_string(id) + ".";
+    return table[0] == '@' ? path : ToApplicationName(indexMap, path);
+}
+
+int RunLs(const TGlobals& globals, const TObjectOptions& options) {
+    const std::string table = WithFinalDot(options.object);
+    const TZeltoJsonObject body = ObjectBody(table);
+    TZeltoJsonObject answer;
+    TIndexMap indexMap;
+    int code = Ask(globals, "ls " + table, "GET_OBJECT_INSTANCES", body, answer);
+    code = code == EXIT_DONE ? ReadIndexMap(globals, "ls " + table, indexMap) : code;
+    if (code != EXIT_DONE) {
+        return code;
+    }
+    TOutput output(globals, "INSTANCES");
+    for (const int id : GetIntegers(answer, "IDS")) {
+        TZeltoJsonObject record = ObjectBody(InstancePath(indexMap, table, id));
+        SetInteger(record, "ID", id);
+        (void)output.Add(options.valuesOnly ? std::to_string(id) : GetText(record, "OBJ"), record);
+    }
+    return output.Finish(EXIT_DONE);
+}
+
+// A name that is no full path is one below the object.
+std::string FullName(const std::string& root, const std::string& name) {
+    const bool isFull = name.rfind("Device.", 0) == 0 || (!name.empty() && name[0] == '@');
+    return isFull ? name : root + name;
+}
+
+TZeltoJsonObject ObjectRequest(const std::string& root, const TObjects& entries) {
+    TZeltoJsonObject body;
+    SetList(body, "PARAMS", entries);
+    SetText(body, "ROOT", root);
+    return body;
+}
+
+int RunGetObj(const TGlobals& globals, const TObjectOptions& options) {
+    const std::string root = WithFinalDot(options.object);
+    TObjects names;
+    for (const std::string& name : options.arguments) {
+        names.push_back(NameEntry(FullName(root, name)));
+    }
+    TZeltoJsonObject answer;
+    const int code = Ask(globals, "getobj " + root, "GET_OBJECT", ObjectRequest(root, names), answer);
+    return code == EXIT_DONE ? PrintParams(globals, GetList(answer, "PARAMS"), options.valuesOnly, code)
+                             : code;
+}
+
+int RunSetObj(const TGlobals& globals, const TObjectOptions& options) {
+    const std::string root = WithFinalDot(options.object);
+    TParams params;
+    const int readCode = ReadArguments("setobj", options.arguments, params);
+    if (readCode != EXIT_DONE) {
+        return readCode;
+    }
+    TObjects entries;
+    for (const TParam& param : params) {
+        entries.push_back(ParamEntry({FullName(root, param.name), param.value}));
+    }
+    TZeltoJsonObject body = ObjectRequest(root, entries);
+    SetBoolean(body, "COMMIT", options.isCommitted);
+    TZeltoJsonObject answer;
+    const int code = Ask(globals, "setobj " + root, "SET_OBJECT", body, answer);
+    if (code != EXIT_DONE) {
+        return code;
+    }
+    TOutput output(globals, "");
+    (void)output.Add(body);
+    return output.Finish(EXIT_DONE);
+}
+
+CLI::App* AddVerb(CLI::App& app, TContext& context, const std::shared_ptr<TObjectOptions>& options,
+                  const std::pair<const char*, const char*>& nameAndHelp, TRunVerb run) {
+    CLI::App* const verb = app.add_subcommand(nameAndHelp.first, nameAndHelp.second);
+    verb->callback([&context, options, run] {
+        context.run = [&context, options, run] { return run(context.globals, *options); };
+    });
+    return verb;
+}
+
+void AddInstanceVerbs(CLI::App& app, TContext& context) {
+    auto options = std::make_shared<TObjectOptions>();
+    CLI::App* const add =
+        AddVerb(app, context, options, {"add", "Add an instance to a table and print its name"}, RunAdd);
+    add->add_option("OBJECT", options->object, "Name of a table")->required();
+    CLI::App* const del = AddVerb(app, context, options, {"del", "Delete an instance of a table"}, RunDel);
+    del->add_option("OBJECT.N", options->object, "Name of an instance")->required();
+    CLI::App* const ls = AddVerb(app, context, options, {"ls", "Print the instances of a table"}, RunLs);
+    ls->add_option("OBJECT", options->object, "Name of a table")->required();
+    ls->add_flag("-V,--values", options->valuesOnly, "Print the numbers, as the platform counts");
+}
+
+void AddWholeObjectVerbs(CLI::App& app, TContext& context) {
+    auto options = std::make_shared<TObjectOptions>();
+    CLI::App* const getobj =
+        AddVerb(app, context, options, {"getobj", "Read parameters of an object in one request"}, RunGetObj);
+    getobj->add_option("ROOT", options->object, "Name of an object")->required();
+    getobj->add_option("NAME", options->arguments, "Name of a parameter, full or below the object")
+        ->required();
+    getobj->add_flag("-V,--values", options->valuesOnly, "Print the values without the names");
+    CLI::App* const setobj =
+        AddVerb(app, context, options, {"setobj", "Write parameters of an object in one request"}, RunSetObj);
+    setobj->add_option("ROOT", options->object, "Name of an object")->required();
+    setobj->add_option("NAME=VALUE", options->arguments, "Name and value, as for set")->required();
+    setobj->add_flag("-c,--commit", options->isCommitted, "Apply the values");
 }
 
 } // namespace
 
 void AddObjectVerbs(CLI::App& app, TContext& context) {
-    AddPathVerb(app, context, "add", "Add an instance to a table and print its name", "OBJECT", RunAdd);
-    AddPathVerb(app, context, "del", "Delete an instance of a table", "OBJECT.N", RunDel);
-    CLI::App* map = app.add_subcommand("map", "Print the names that applications and the platform number "
-                                              "differently: APPLICATION=PLATFORM");
-    map->callback([&context] { context.run = [&context] { return RunMap(context); }; });
+    AddInstanceVerbs(app, context);
+    AddWholeObjectVerbs(app, context);
 }
 
 } // namespace tool

@@ -1,16 +1,17 @@
 // remote: get, set and file, asked of a peer gateway over TCP.
 
+#include "Assignments.h"
 #include "ExitCodes.h"
+#include "FileContent.h"
 #include "Output.h"
+#include "ParamRequests.h"
 #include "Verbs.h"
+#include "WaitNotice.h"
 
 #include "zelto/TZeltoApplication.h"
-#include "zelto/TZeltoJsonObject.h"
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <future>
 #include <memory>
 #include <string>
@@ -24,8 +25,6 @@
 namespace tool {
 
 namespace {
-
-constexpr unsigned int NO_ELEMENT = static_cast<unsigned int>(-1); // the property itself
 
 struct TRemoteOptions {
     std::string host;
@@ -47,20 +46,9 @@ struct TExchange {
 TExchange NewExchange(const TRemoteOptions& options, const std::string& verb, const std::string& type,
                       const std::string& name) {
     TExchange exchange{"remote " + options.host + " " + verb + " " + name};
-    TZeltoJsonObject& request = exchange.request;
-    (void)request.SetJsonObject("REQUEST_TYPE", request.ToJson(type));
-    (void)request.SetJsonObject(type == "GET_FILE" ? "FILE_NAME" : "NAME", request.ToJson(name));
+    SetText(exchange.request, "REQUEST_TYPE", type);
+    SetText(exchange.request, type == "GET_FILE" ? "FILE_NAME" : "NAME", name);
     return exchange;
-}
-
-// A text that is not UTF-8 has become null.
-bool CanBeSent(const TZeltoJsonObject& request) {
-    for (const std::string& key : request.GetProperties()) {
-        if (request.GetPropertyType(key) == JSON_TYPE_NULL) {
-            return false;
-        }
-    }
-    return true;
 }
 
 void Perform(const std::string& host, TExchange& exchange) {
@@ -92,12 +80,11 @@ int Explain(const TExchange& exchange) {
         PrintError(exchange.what + ": no connection to the peer");
         return EXIT_NO_OWNER;
     }
-    const TZeltoJsonObject& response = exchange.response;
-    if (response.GetPropertyType("STATUS") != JSON_TYPE_STRING) {
+    if (exchange.response.GetPropertyType("STATUS") != JSON_TYPE_STRING) {
         PrintError(exchange.what + ": the peer gave no answer");
         return EXIT_RUN_TIME;
     }
-    const auto status = response.GetJsonValue<std::string>(response.GetJsonObject("STATUS", NO_ELEMENT), "");
+    const std::string status = GetText(exchange.response, "STATUS");
     if (status == "OK") {
         return EXIT_DONE;
     }
@@ -106,79 +93,91 @@ int Explain(const TExchange& exchange) {
 }
 
 // Says on standard error what went wrong.
-int Run(const TContext& context, const TRemoteOptions& options, TExchange& exchange) {
-    if (!CanBeSent(exchange.request)) {
-        PrintError(exchange.what + ": cannot be sent: not UTF-8");
-        return EXIT_RUN_TIME;
-    }
-    if (!PerformInTime(context.timeoutSeconds, options.host, exchange)) {
-        PrintError(exchange.what + ": no answer within " + std::to_string(context.timeoutSeconds) + " s");
+int Run(const TGlobals& globals, const TRemoteOptions& options, TExchange& exchange) {
+    const TWaitNotice notice("waiting for the peer, at most " + std::to_string(globals.timeoutSeconds) +
+                             " s");
+    if (!PerformInTime(globals.timeoutSeconds, options.host, exchange)) {
+        PrintError(exchange.what + ": no answer within " + std::to_string(globals.timeoutSeconds) + " s");
         std::_Exit(EXIT_TIME_OUT); // past what the thread still uses
     }
     return Explain(exchange);
 }
 
-int CannotWrite() {
-    PrintError("remote: cannot write the output");
-    return EXIT_RUN_TIME;
-}
-
-int RunGet(const TContext& context, const TRemoteOptions& options) {
+int RunGet(const TGlobals& globals, const TRemoteOptions& options) {
+    std::vector<int> codes;
+    TObjects entries;
     for (const std::string& path : options.arguments) {
         TExchange exchange = NewExchange(options, "get", "GET_PARAM", path);
-        int code = Run(context, options, exchange);
+        codes.push_back(Run(globals, options, exchange));
+        if (!IsAboutParameters(codes.back())) {
+            break;
+        }
+        const TObjects read = GetList(exchange.response, "PARAMS");
+        entries.insert(entries.end(), read.begin(), read.end());
+    }
+    const int code = IsAboutParameters(codes.back()) ? Combine(codes) : codes.back();
+    return code == EXIT_DONE || !entries.empty() ? PrintParams(globals, entries, options.valuesOnly, code)
+                                                 : code;
+}
+
+TExchange NewSet(const TRemoteOptions& options, const TParam& param) {
+    TExchange exchange = NewExchange(options, "set", "SET_PARAM", param.name);
+    SetText(exchange.request, "VALUE", param.value);
+    SetBoolean(exchange.request, "COMMIT", options.commit);
+    return exchange;
+}
+
+void TellDone(const TRemoteOptions& options, const TParams& params, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        PrintError("remote " + options.host + " set " + params[i].name + ": done");
+    }
+}
+
+int RunSet(const TGlobals& globals, const TRemoteOptions& options) {
+    TParams params;
+    const int readCode = ReadArguments("remote set", options.arguments, params);
+    if (readCode != EXIT_DONE) {
+        return readCode;
+    }
+    TOutput output(globals, "PARAMS");
+    for (size_t i = 0; i < params.size(); ++i) {
+        TExchange exchange = NewSet(options, params[i]);
+        const int code = Run(globals, options, exchange);
         if (code != EXIT_DONE) {
-            return code;
+            TellDone(options, params, i);
+            return output.Finish(i == 0 ? code : int{EXIT_PARTLY_DONE});
         }
-        std::vector<TZeltoApplication::TZeltoAppParam> params;
-        TZeltoApplication::GetInstance().PopulateParamArray(exchange.response, params);
-        for (const auto& param : params) {
-            std::string value = Escape(param.value);
-            if (!PrintLine(options.valuesOnly ? value : Escape(param.name) + "=" + value)) {
-                return CannotWrite();
-            }
-        }
+        (void)output.Add(ParamEntry(params[i]));
     }
-    return EXIT_DONE;
+    return output.Finish(EXIT_DONE);
 }
 
-int RunSet(const TContext& context, const TRemoteOptions& options) {
-    for (const std::string& assignment : options.arguments) {
-        std::string::size_type equals = assignment.find('=');
-        if (equals == std::string::npos || equals == 0) {
-            PrintError("remote set: not of the form PATH=VALUE: " + assignment);
-            return EXIT_USAGE;
-        }
-        TExchange exchange = NewExchange(options, "set", "SET_PARAM", assignment.substr(0, equals));
-        TZeltoJsonObject& request = exchange.request;
-        (void)request.SetJsonObject("VALUE", request.ToJson(assignment.substr(equals + 1)));
-        (void)request.SetJsonObject("COMMIT", request.ToJson(options.commit));
-        int code = Run(context, options, exchange);
-        if (code != EXIT_DONE) {
-            return code;
-        }
+int WriteBlob(const TGlobals& globals, const TRemoteOptions& options, const std::vector<char>& blob) {
+    if (!options.outputFile.empty()) {
+        return WriteFile(options.outputFile, std::string(blob.begin(), blob.end())) ? EXIT_DONE
+                                                                                    : EXIT_RUN_TIME;
     }
-    return EXIT_DONE;
+    return globals.isQuiet || WriteRaw(blob.data(), blob.size()) ? EXIT_DONE : EXIT_RUN_TIME;
 }
 
-bool Write(const std::vector<char>& content, const std::string& path) {
-    if (path.empty()) {
-        return std::fwrite(content.data(), 1, content.size(), stdout) == content.size() &&
-               std::fflush(stdout) == 0;
+int RunFile(const TGlobals& globals, const TRemoteOptions& options) {
+    if (globals.format != FORMAT_TEXT && options.outputFile.empty()) {
+        PrintError("remote file: JSON needs -o, since the file goes to standard output otherwise");
+        return EXIT_USAGE;
     }
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    file.close();
-    return file.good();
-}
-
-int RunFile(const TContext& context, const TRemoteOptions& options) {
-    TExchange exchange = NewExchange(options, "file", "GET_FILE", options.arguments.at(0));
-    int code = Run(context, options, exchange);
+    const std::string& name = options.arguments.at(0);
+    TExchange exchange = NewExchange(options, "file", "GET_FILE", name);
+    int code = Run(globals, options, exchange);
+    code = code == EXIT_DONE ? WriteBlob(globals, options, exchange.blob) : code;
     if (code != EXIT_DONE) {
         return code;
     }
-    return Write(exchange.blob, options.outputFile) ? EXIT_DONE : CannotWrite();
+    TZeltoJsonObject record;
+    SetText(record, "FILE_NAME", name);
+    SetInteger(record, "SIZE", static_cast<int>(exchange.blob.size()));
+    TOutput output(globals, "");
+    (void)output.Add(record);
+    return output.Finish(EXIT_DONE);
 }
 
 std::string CheckHost(const std::string& host) {
@@ -188,13 +187,13 @@ std::string CheckHost(const std::string& host) {
     return isNumeric ? "" : "not a numeric address: " + host;
 }
 
-using TRunVerb = int (*)(const TContext&, const TRemoteOptions&);
+using TRunVerb = int (*)(const TGlobals&, const TRemoteOptions&);
 
 CLI::App* AddVerb(CLI::App& remote, TContext& context, const std::shared_ptr<TRemoteOptions>& options,
                   const std::pair<const char*, const char*>& nameAndHelp, TRunVerb run) {
     CLI::App* verb = remote.add_subcommand(nameAndHelp.first, nameAndHelp.second);
     verb->callback([&context, options, run] {
-        context.run = [&context, options, run] { return run(context, *options); };
+        context.run = [&context, options, run] { return run(context.globals, *options); };
     });
     return verb;
 }

@@ -1,9 +1,13 @@
 #include "Requests.h"
 
+#include "BusQueries.h"
 #include "ExitCodes.h"
+#include "LibraryLog.h"
 #include "Output.h"
+#include "WaitNotice.h"
 
 #include "zelto/TZeltoDataMapper.h"
+#include "zelto/TZeltoIpc.h"
 
 #include <algorithm>
 #include <chrono>
@@ -15,10 +19,17 @@ namespace {
 
 using TClock = std::chrono::steady_clock;
 
-constexpr int PROBE_SECONDS = 2;
+// No answer has this text: the library leaves the text as it was when there is none.
+const std::string NO_TEXT = "\n no answer";
 
-std::string ManagerIdentity() {
-    return TZeltoDataMapper::GetInstance()->MapClientIdToStr(ZELTO_DISPATCHER);
+// How the bus words that its policy, or that of a security module, does not let a message pass or a name be
+// owned.
+constexpr const char* DENIALS[] = {"Rejected send message", "not allowed to own", "not authorized to",
+                                   "policy prevents"};
+
+bool IsDenial(const std::string& error) {
+    return std::any_of(std::begin(DENIALS), std::end(DENIALS),
+                       [&error](const char* denial) { return error.find(denial) != std::string::npos; });
 }
 
 // A call that ended by its time-out may be measured a little short of it.
@@ -26,81 +37,76 @@ bool HasTimedOut(TClock::time_point start, int timeoutSeconds) {
     return TClock::now() - start >= std::chrono::seconds(timeoutSeconds) - std::chrono::milliseconds(20);
 }
 
-// Asks the manager something that it never refuses. Throws what the bus throws.
-int ProbeManager() {
-    TZeltoIpc::TMethodSettings settings;
-    settings.serverId = ManagerIdentity();
-    settings.timeout = PROBE_SECONDS;
-    TClock::time_point start = TClock::now();
-    std::string answer;
-    if (getZeltoIpcInstance()->CallMethod("GET_INDEX_MAP", "", answer, settings) == 0) {
-        return EXIT_DONE;
-    }
-    return HasTimedOut(start, PROBE_SECONDS) ? EXIT_TIME_OUT : EXIT_NO_OWNER;
+std::string NameOf(const std::string& server) {
+    return server == ManagerIdentity() ? "the manager" : server;
 }
 
-// Whether the table before the "*" has no instance.
-bool MatchesNothing(TZeltoApplication& app, const std::string& path) {
-    std::string::size_type star = path.find('*');
-    std::vector<int> ids;
-    return star != std::string::npos && app.GetObjectIds(path.substr(0, star), ids) == 0 && ids.empty();
+TAnswer Failure(int exitCode, const std::string& reason) {
+    return {exitCode, reason, false, -1, ""};
 }
 
-int ExplainRefusal(TZeltoApplication& app, const std::string& what, const std::vector<std::string>& paths) {
-    auto empty = std::find_if(paths.begin(), paths.end(),
-                              [&app](const std::string& path) { return MatchesNothing(app, path); });
-    if (empty != paths.end()) {
-        PrintError(what + ": nothing matches " + *empty);
-        return EXIT_NOTHING_MATCHED;
+TAnswer ExplainSilence(const std::string& server) {
+    const std::string error = LastLoggedError();
+    if (IsDenial(error)) {
+        return Failure(EXIT_DENIED, "denied by the policy of the bus: " + error);
     }
-    PrintError(what + ": refused by the manager");
-    return EXIT_REFUSED;
+    if (!IsOnBus(server)) {
+        return Failure(EXIT_NO_OWNER, server == ManagerIdentity() ? "there is no manager on the bus"
+                                                                  : "there is no " + server + " on the bus");
+    }
+    return Failure(EXIT_RUN_TIME, error.empty() ? "no answer" : error);
 }
 
-int Explain(TZeltoApplication& app, const std::string& what, const std::vector<std::string>& paths,
-            bool wasSent) {
-    switch (ProbeManager()) {
-    case EXIT_TIME_OUT:
-        PrintError(what + ": the manager does not answer");
-        return EXIT_TIME_OUT;
-    case EXIT_NO_OWNER:
-        PrintError(what + ": there is no manager on the bus");
-        return EXIT_NO_OWNER;
-    default:
-        break;
+TAnswer Perform(const TCall& call, const std::string& server, int timeoutSeconds) {
+    TZeltoIpc::TMethodSettings settings{server, timeoutSeconds};
+    const TClock::time_point start = TClock::now();
+    std::string text = NO_TEXT;
+    ForgetLoggedError();
+    const int code = getZeltoIpcInstance()->CallMethod(call.method, call.body, text, settings);
+    if (text != NO_TEXT) {
+        const std::string reason = code == 0 ? "" : "refused by " + NameOf(server);
+        return {code == 0 ? EXIT_DONE : EXIT_REFUSED, reason, true, code, text};
     }
-    if (wasSent) {
-        return ExplainRefusal(app, what, paths);
+    if (HasTimedOut(start, timeoutSeconds)) {
+        return Failure(EXIT_TIME_OUT, "no answer within " + std::to_string(timeoutSeconds) + " s");
     }
-    PrintError(what + ": cannot be sent (-v shows why)");
-    return EXIT_RUN_TIME;
+    return ExplainSilence(server);
 }
 
 } // namespace
 
-int RunRequest(int timeoutSeconds, const std::string& what, const std::vector<std::string>& paths,
-               const std::function<int(TZeltoApplication&)>& request) {
-    TZeltoIpc* ipc = getZeltoIpcInstance();
-    TZeltoIpc::TZeltoIpcSettings settings;
-    ipc->GetSettings(settings);
-    settings.methodTimeout = timeoutSeconds;
-    ipc->Configure(settings);
-    ipc->SetMethodServerId("*", ManagerIdentity());
-    TZeltoApplication& app = TZeltoApplication::GetInstance();
-    TClock::time_point start = TClock::now();
+std::string ManagerIdentity() {
+    return TZeltoDataMapper::GetInstance()->MapClientIdToStr(ZELTO_DISPATCHER);
+}
+
+TAnswer Call(const TGlobals& globals, const TCall& call) {
+    const std::string server = call.server.empty() ? ManagerIdentity() : call.server;
+    const TWaitNotice notice("waiting for " + NameOf(server) + ", at most " +
+                             std::to_string(globals.timeoutSeconds) + " s");
     try {
-        int result = request(app);
-        if (result == 0) {
-            return EXIT_DONE;
-        }
-        if (result == -1 && HasTimedOut(start, timeoutSeconds)) {
-            PrintError(what + ": no answer within " + std::to_string(timeoutSeconds) + " s");
-            return EXIT_TIME_OUT;
-        }
-        return Explain(app, what, paths, result == -1);
+        return Perform(call, server, globals.timeoutSeconds);
     } catch (const std::runtime_error& error) {
-        PrintError(what + ": " + error.what());
-        return EXIT_RUN_TIME;
+        return Failure(EXIT_RUN_TIME, error.what());
+    }
+}
+
+int TakeIdentity(const TGlobals& globals, const std::string& otherwise) {
+    static std::string taken;
+    const std::string& identity = globals.identity.empty() ? otherwise : globals.identity;
+    if (identity.empty() || identity == taken) {
+        return EXIT_DONE;
+    }
+    TZeltoIpc* const ipc = getZeltoIpcInstance();
+    try {
+        ipc->Init(identity);
+        if (taken.empty()) {
+            ipc->Run(); // whoever has a name is called by it
+        }
+        taken = identity;
+        return EXIT_DONE;
+    } catch (const std::runtime_error& error) {
+        PrintError("cannot be on the bus as " + identity + ": " + error.what());
+        return IsDenial(error.what()) ? EXIT_DENIED : EXIT_RUN_TIME;
     }
 }
 

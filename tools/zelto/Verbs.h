@@ -3,20 +3,26 @@
 #ifndef ZELTO_TOOL_VERBS_H
 #define ZELTO_TOOL_VERBS_H
 
+#include "Globals.h"
+
 #include <CLI/CLI.hpp>
 
 #include <functional>
 
 namespace tool {
 
+// Outlives the command line that refers to it. The global options are complete when `run` is called.
 struct TContext {
-    int timeoutSeconds = 60;
+    TGlobals globals;
     std::function<int()> run; // returns the exit code
 };
 
-void AddParamVerbs(CLI::App& app, TContext& context);
+void AddGetVerb(CLI::App& app, TContext& context);
+void AddSetVerb(CLI::App& app, TContext& context);
 void AddObjectVerbs(CLI::App& app, TContext& context);
-void AddEventVerbs(CLI::App& app, TContext& context);
+void AddMapVerb(CLI::App& app, TContext& context);
+void AddWatchVerb(CLI::App& app, TContext& context);
+void AddRawVerbs(CLI::App& app, TContext& context);
 void AddRemoteVerbs(CLI::App& app, TContext& context);
 
 } // namespace tool

@@ -1,0 +1,73 @@
+// get.
+
+#include "ExitCodes.h"
+#include "FileContent.h"
+#include "Output.h"
+#include "ParamRequests.h"
+#include "Verbs.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace tool {
+
+namespace {
+
+struct TGetOptions {
+    TNames paths;
+    bool valuesOnly = false;
+    bool isLong = false;
+    std::string outputFile;
+};
+
+int RunGetParams(const TGlobals& globals, const TGetOptions& options) {
+    TObjects entries;
+    const int code = ReadParams(globals, "get", options.paths, entries);
+    return code == EXIT_DONE || !entries.empty() ? PrintParams(globals, entries, options.valuesOnly, code)
+                                                 : code;
+}
+
+int WriteValue(const TGlobals& globals, const TGetOptions& options, const std::string& value) {
+    if (!options.outputFile.empty()) {
+        return WriteFile(options.outputFile, value) ? EXIT_DONE : EXIT_RUN_TIME;
+    }
+    if (globals.format == FORMAT_TEXT) {
+        return globals.isQuiet || WriteRaw(value.data(), value.size()) ? EXIT_DONE : EXIT_RUN_TIME;
+    }
+    TOutput output(globals, "");
+    (void)output.Add(ParamEntry({options.paths[0], value}));
+    return output.Finish(EXIT_DONE);
+}
+
+int RunGetLong(const TGlobals& globals, const TGetOptions& options) {
+    if (options.paths.size() != 1) {
+        PrintError("get: --long reads one parameter");
+        return EXIT_USAGE;
+    }
+    const std::string& path = options.paths[0];
+    TZeltoJsonObject answer;
+    const int code = Ask(globals, "get " + path, "GET_LONG_PARAM", NameEntry(path), answer);
+    return code == EXIT_DONE ? WriteValue(globals, options, GetText(answer, "VALUE")) : code;
+}
+
+} // namespace
+
+void AddGetVerb(CLI::App& app, TContext& context) {
+    auto options = std::make_shared<TGetOptions>();
+    CLI::App* const get = app.add_subcommand("get", "Read parameters; \"*\" stands for every instance");
+    get->add_option("PATH", options->paths, "Name of a parameter")->required();
+    CLI::Option* const values =
+        get->add_flag("-V,--values", options->valuesOnly, "Print the values without the names");
+    CLI::Option* const isLong = get->add_flag("--long", options->isLong,
+                                              "Read one value of any length and print its bytes as they are")
+                                    ->excludes(values);
+    get->add_option("-o,--output", options->outputFile, "File to write the value to")->needs(isLong);
+    get->callback([&context, options] {
+        context.run = [&context, options] {
+            return options->isLong ? RunGetLong(context.globals, *options)
+                                   : RunGetParams(context.globals, *options);
+        };
+    });
+}
+
+} // namespace tool

@@ -1,0 +1,120 @@
+#include "ParamRequests.h"
+
+#include "ExitCodes.h"
+#include "Output.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace tool {
+
+namespace {
+
+void Append(TObjects& entries, const TZeltoJsonObject& answer) {
+    TObjects read = GetList(answer, "PARAMS");
+    std::move(read.begin(), read.end(), std::back_inserter(entries));
+}
+
+int ReadOne(const TGlobals& globals, const std::string& verb, const std::string& name, TObjects& entries) {
+    const TAnswer answer = Call(globals, {"GET_PARAM", NameEntry(name).EncodeToString()});
+    if (answer.exitCode == EXIT_DONE) {
+        Append(entries, Decode(answer.text));
+        return EXIT_DONE;
+    }
+    if (answer.exitCode == EXIT_REFUSED && MatchesNothing(globals, name)) {
+        PrintError(verb + " " + name + ": nothing matches");
+        return EXIT_NOTHING_MATCHED;
+    }
+    PrintError(verb + " " + name + ": " + answer.reason);
+    return answer.exitCode;
+}
+
+int ReadOneByOne(const TGlobals& globals, const std::string& verb, const TNames& names, TObjects& entries) {
+    std::vector<int> codes;
+    for (const std::string& name : names) {
+        codes.push_back(ReadOne(globals, verb, name, entries));
+        if (!IsAboutParameters(codes.back())) {
+            return codes.back();
+        }
+    }
+    return Combine(codes);
+}
+
+} // namespace
+
+bool MatchesNothing(const TGlobals& globals, const std::string& name) {
+    const std::string::size_type star = name.find('*');
+    if (star == std::string::npos) {
+        return false;
+    }
+    TZeltoJsonObject body;
+    SetText(body, "OBJ", name.substr(0, star));
+    const TAnswer answer = Call(globals, {"GET_OBJECT_INSTANCES", body.EncodeToString()});
+    return answer.exitCode == EXIT_DONE && GetIntegers(Decode(answer.text), "IDS").empty();
+}
+
+std::string Describe(const std::string& verb, const TNames& names) {
+    std::string text = verb;
+    if (!names.empty()) {
+        text += " " + names.front();
+    }
+    if (names.size() > 1) {
+        text += " and " + std::to_string(names.size() - 1) + " more";
+    }
+    return text;
+}
+
+int Ask(const TGlobals& globals, const std::string& what, const std::string& method,
+        const TZeltoJsonObject& body, TZeltoJsonObject& answer) {
+    const TAnswer result = Call(globals, {method, body.EncodeToString()});
+    if (result.exitCode != EXIT_DONE) {
+        PrintError(what + ": " + result.reason);
+        return result.exitCode;
+    }
+    answer = Decode(result.text);
+    return EXIT_DONE;
+}
+
+int Combine(const std::vector<int>& codes) {
+    const auto done = std::count(codes.begin(), codes.end(), EXIT_DONE);
+    if (done != 0) {
+        return done == static_cast<std::ptrdiff_t>(codes.size()) ? EXIT_DONE : EXIT_PARTLY_DONE;
+    }
+    const bool isAlike = std::all_of(codes.begin(), codes.end(), [&](int code) { return code == codes[0]; });
+    return codes.empty() ? EXIT_DONE : (isAlike ? codes[0] : int{EXIT_REFUSED});
+}
+
+bool IsAboutParameters(int code) {
+    return code == EXIT_DONE || code == EXIT_REFUSED || code == EXIT_NOTHING_MATCHED;
+}
+
+int ReadParams(const TGlobals& globals, const std::string& verb, const TNames& names, TObjects& entries) {
+    if (names.size() == 1) {
+        return ReadOne(globals, verb, names[0], entries);
+    }
+    TObjects nameEntries;
+    std::transform(names.begin(), names.end(), std::back_inserter(nameEntries), NameEntry);
+    TZeltoJsonObject body;
+    SetList(body, "PARAMS", nameEntries);
+    const TAnswer answer = Call(globals, {"GET_PARAM_ARRAY", body.EncodeToString()});
+    if (answer.exitCode == EXIT_REFUSED) {
+        return ReadOneByOne(globals, verb, names, entries);
+    }
+    if (answer.exitCode != EXIT_DONE) {
+        PrintError(Describe(verb, names) + ": " + answer.reason);
+        return answer.exitCode;
+    }
+    Append(entries, Decode(answer.text));
+    return EXIT_DONE;
+}
+
+int PrintParams(const TGlobals& globals, const TObjects& entries, bool valuesOnly, int code) {
+    TOutput output(globals, "PARAMS");
+    for (const TZeltoJsonObject& entry : entries) {
+        const std::string value = GetText(entry, "VALUE");
+        (void)output.Add(valuesOnly ? value : GetText(entry, "NAME") + "=" + value, entry);
+    }
+    return output.Finish(code);
+}
+
+} // namespace tool

@@ -1,0 +1,40 @@
+// Reads and writes parameters, and says on standard error which of them failed and why.
+#ifndef ZELTO_TOOL_PARAM_REQUESTS_H
+#define ZELTO_TOOL_PARAM_REQUESTS_H
+
+#include "Bodies.h"
+#include "Requests.h"
+
+#include <string>
+#include <vector>
+
+namespace tool {
+
+// "set Device.A and 2 more", for messages.
+std::string Describe(const std::string& verb, const TNames& names);
+
+// Makes a request and decodes its answer. Returns EXIT_DONE, or says what went wrong with `what` and returns
+// the exit code.
+int Ask(const TGlobals& globals, const std::string& what, const std::string& method,
+        const TZeltoJsonObject& body, TZeltoJsonObject& answer);
+
+// The exit code for several parameters of which each had its own. All alike: that one; some of them done:
+// EXIT_PARTLY_DONE.
+int Combine(const std::vector<int>& codes);
+
+// Whether a code is about the parameters and not about the way to the manager.
+bool IsAboutParameters(int code);
+
+// Whether the name has a "*" and the table before it has no instance.
+bool MatchesNothing(const TGlobals& globals, const std::string& name);
+
+// Reads parameters; a "*" stands for every instance. One name is a request for one, several are one request.
+// When the manager refuses several, they are read one by one. Appends to `entries` what could be read.
+int ReadParams(const TGlobals& globals, const std::string& verb, const TNames& names, TObjects& entries);
+
+// Prints entries of an answer, as `get` does, and returns `code` or what writing gave.
+int PrintParams(const TGlobals& globals, const TObjects& entries, bool valuesOnly, int code);
+
+} // namespace tool
+
+#endif
