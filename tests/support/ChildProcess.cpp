@@ -18,9 +18,11 @@
 
 #include <fcntl.h>
 #include <link.h>
+#include <pty.h>
 #include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 extern char** environ;
@@ -36,16 +38,29 @@ constexpr std::chrono::milliseconds LAST_OUTPUT_TIME{1000};
 struct TPipe {
     zelto::TUniqueFd reader;
     zelto::TUniqueFd writer;
-
-    TPipe() {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0) {
-            throw std::runtime_error("no pipe");
-        }
-        reader.Reset(ends[0]);
-        writer.Reset(ends[1]);
-    }
 };
+
+TPipe MakePipe() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    return {zelto::TUniqueFd(ends[0]), zelto::TUniqueFd(ends[1])};
+}
+
+// A pipe whose writers take it for a terminal. It hands on every byte as it is.
+TPipe MakeTerminal() {
+    int reader = -1;
+    int writer = -1;
+    termios settings{};
+    cfmakeraw(&settings);
+    if (openpty(&reader, &writer, nullptr, &settings, nullptr) != 0) {
+        throw std::runtime_error("no terminal");
+    }
+    (void)fcntl(reader, F_SETFD, FD_CLOEXEC); // cannot fail on what was opened just now
+    (void)fcntl(writer, F_SETFD, FD_CLOEXEC);
+    return {zelto::TUniqueFd(reader), zelto::TUniqueFd(writer)};
+}
 
 // The arrays that exec wants, made before fork: nothing may be allocated between the two.
 class TTextArray {
@@ -167,9 +182,9 @@ struct TChildProcess::TState {
 };
 
 void TChildProcess::TState::Start(const std::vector<std::string>& command, const TOptions& options) {
-    TPipe in;
-    TPipe out;
-    TPipe err;
+    TPipe in = MakePipe();
+    TPipe out = options.isOnTerminals ? MakeTerminal() : MakePipe();
+    TPipe err = options.isOnTerminals ? MakeTerminal() : MakePipe();
     TTextArray arguments(WithEmulator(command));
     TTextArray environment(MergedEnvironment(options.environment));
     const int errorEnd = options.errorDescriptor >= 0 ? options.errorDescriptor : err.writer.Get();

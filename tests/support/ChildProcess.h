@@ -24,6 +24,7 @@ public:
         TEnvironment environment{}; // added to the test's own, or replacing what is there
         std::string directory{};    // to run in; empty for the test's own
         int errorDescriptor = -1;   // standard error of the child; -1 for one that is captured
+        bool isOnTerminals = false; // output and errors go to a terminal each, which changes nothing in them
     };
 
     // The program is looked up in PATH; one that cannot be started ends with exit code 127.

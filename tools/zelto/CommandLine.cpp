@@ -29,7 +29,8 @@ void AddGlobalOptions(CLI::App& app, TGlobals& globals, TFormatFlags& flags) {
     app.add_option("-t,--timeout", globals.timeoutSeconds, "Seconds to wait for each answer")
         ->check(CLI::Range(1, LONGEST_TIMEOUT))
         ->capture_default_str();
-    app.add_option("--as", globals.identity, "Identity to be on the bus under (default: none)");
+    app.add_option("--as", globals.identity, "Identity to be on the bus under (default: none)")
+        ->check(CheckIdentity);
     app.add_option("--bus", globals.busAddress, "Address of the bus (default: the system bus)");
     app.add_flag("-v,--verbose", globals.isVerbose, "Show the library's log on standard error");
     app.require_subcommand(1);
@@ -71,6 +72,7 @@ int RunVerb(const TContext& context) {
 
 int RunLine(const std::vector<std::string>& arguments, const TGlobals& defaults) {
     TContext context{defaults, nullptr};
+    SilenceMessages(false); // a wrong line is always told
     TFormatFlags flags;
     CLI::App app("Reads, writes and watches the data model of a gateway.", "zelto");
     AddGlobalOptions(app, context.globals, flags);

@@ -72,7 +72,8 @@ void AddRawVerbs(CLI::App& app, TContext& context) {
     CLI::App* const call = app.add_subcommand("call", "Call a method with a text and print the answer");
     call->add_option("METHOD", options->name, "Name of the method")->required();
     call->add_option("JSON", options->text, "Body of the call (default: empty)");
-    call->add_option("--to", options->server, "Identity to call (default: the manager's)");
+    call->add_option("--to", options->server, "Identity to call (default: the manager's)")
+        ->check(CheckIdentity);
     call->callback([&context, options] {
         context.run = [&context, options] { return RunCall(context.globals, *options); };
     });

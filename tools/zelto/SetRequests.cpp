@@ -112,6 +112,10 @@ int SetOrRollBack(const TGlobals& globals, const TParams& params, const TSetMode
         return EXIT_DONE;
     }
     PrintError("set " + params[progress.doneCount].name + ": " + progress.reason);
+    if (!IsAboutParameters(progress.code)) {
+        PrintError("set: it is not known what is written");
+        return progress.code;
+    }
     const bool isRestored = std::all_of(old.rbegin(), old.rend(), [&](const TZeltoJsonObject& entry) {
         return Restore(globals, entry, mode);
     });
