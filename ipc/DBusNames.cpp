@@ -5,6 +5,8 @@
 #include <dbus/dbus.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <stdexcept>
 
 namespace zelto {
@@ -34,6 +36,31 @@ std::string Quoted(const std::string& text) {
         }
     }
     return shown + (text.size() > MAX_SHOWN ? "...'" : "'");
+}
+
+// A place up to which the text is ASCII without a NUL. It is not the last one: eight bytes are looked at in
+// one step.
+const char* SkipAscii(const std::string& text) {
+    using TWord = std::uint64_t;
+    constexpr TWord EACH_BYTE = 0x0101010101010101U;
+    constexpr TWord HIGH_BITS = EACH_BYTE * 0x80U;
+    const char* position = text.data();
+    const char* const end = position + text.size();
+    while (static_cast<std::size_t>(end - position) >= sizeof(TWord)) {
+        TWord word = 0;
+        std::memcpy(&word, position, sizeof(word));
+        if (((word | (word - EACH_BYTE)) & HIGH_BITS) != 0) {
+            break;
+        }
+        position += sizeof(word);
+    }
+    return position;
+}
+
+// Up to the first NUL, as libdbus reads it. Most texts are plain ASCII, of which libdbus would look at every
+// byte for itself.
+bool IsUtf8(const std::string& text) {
+    return dbus_validate_utf8(SkipAscii(text), nullptr) != FALSE;
 }
 
 } // namespace
@@ -67,7 +94,7 @@ std::string TextFault(const char* what, const std::string& name, const std::stri
     if (text.size() > MAX_TEXT_LENGTH) {
         return std::string("the ") + what + " of '" + name + "' is longer than 16 MiB";
     }
-    if (dbus_validate_utf8(text.c_str(), nullptr) == FALSE) {
+    if (!IsUtf8(text)) {
         return std::string("the ") + what + " of '" + name + "' is not valid UTF-8";
     }
     return {};

@@ -191,7 +191,8 @@ TEST_P(BadText, IsRefusedAsTheDataOfAnEvent) {
 // A lone byte, a cut character, an overlong form, a surrogate, a code point beyond the last one.
 INSTANTIATE_TEST_SUITE_P(Texts, BadText,
                          testing::Values("\xff", "abc\x80", "\xC3", "\xC0\x80", "\xED\xA0\x80",
-                                         "\xF4\x90\x80\x80"));
+                                         "\xF4\x90\x80\x80", "eight or\xff", "\xff before eight",
+                                         "sixteen or a few characters \xC3 more"));
 
 TEST_F(Caller, RefusesTextsAbove16MiB) {
     const std::string text(LONGEST_TEXT + 1, 'x');
