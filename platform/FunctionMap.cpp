@@ -4,6 +4,7 @@
 #include "utils/Log.h"
 #include "zelto/ZeltoPlatformOps.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -39,10 +40,27 @@ void AddEntry(const tZeltoPltFunctionTable& entry) {
     stored = rebuilt;
 }
 
+// A table is read instance by instance, under the same key: the entry found last is looked at first. Entries
+// are never removed.
+using TNamedEntry = decltype(zeltoPlatFunctionMap)::value_type;
+std::atomic<const TNamedEntry*> lastFound{nullptr};
+
+const TNamedEntry* FindNamed(std::string_view name) {
+    const TNamedEntry* const last = lastFound.load(std::memory_order_acquire);
+    if (last != nullptr && last->first == name) {
+        return last;
+    }
+    const auto found = zeltoPlatFunctionMap.find(name);
+    if (found == zeltoPlatFunctionMap.end()) {
+        return nullptr;
+    }
+    lastFound.store(&*found, std::memory_order_release);
+    return &*found;
+}
+
 // The entry of a name, or the default one, or null.
 const tZeltoPltFunctionTable* FindEntry(const char* name) {
-    const auto found = zeltoPlatFunctionMap.find(name);
-    if (found != zeltoPlatFunctionMap.end()) {
+    if (const TNamedEntry* const found = FindNamed(name)) {
         return &found->second;
     }
     qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Name: %s is not in the table.\"", name);
@@ -68,29 +86,42 @@ void AddFunctionTable(const tZeltoPltFunctionTable* entries, int32_t count) {
     }
 }
 
+const tZeltoPltFunctionTable* FindServing(tZeltoPltRequestType type, const char* key) {
+    qvLogging_log(LOG_LEVEL_DEBUG, "\"Request type: %d and paramName: %s\"", type, key);
+    const tZeltoPltFunctionTable* const entry = FindEntry(key);
+    if (entry == nullptr) {
+        return nullptr;
+    }
+    qvLogging_log(LOG_LEVEL_DEBUG, "\"Request Name is %s and we will use a handler with %s name.\"", key,
+                  entry->name);
+    if (!IsRequestType(type) || entry->handlers[type].handler == nullptr) {
+        return nullptr;
+    }
+    qvLogging_log(LOG_LEVEL_DEBUG, "\"Descriptor found for Request name %s\"", key);
+    return entry;
+}
+
+const char* HandlerName(const tZeltoPltFunctionTable& entry) {
+    return entry.handlerName != nullptr ? entry.handlerName : "";
+}
+
 } // namespace zelto
 
 bool zeltoGetPlatformRequestDescr(tZeltoPltRequestType type, const char* paramName,
                                   tZeltoPlatformRequestDescr* descr) {
-    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Request type: %d and paramName: %s\"", type,
-                  paramName != nullptr ? paramName : NULL_TEXT);
     if (paramName == nullptr || descr == nullptr) {
+        qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Request type: %d and paramName: %s\"", type,
+                      paramName != nullptr ? paramName : NULL_TEXT);
         return false;
     }
-    const tZeltoPltFunctionTable* const entry = FindEntry(paramName);
+    const tZeltoPltFunctionTable* const entry = zelto::FindServing(type, paramName);
     if (entry == nullptr) {
-        return false;
-    }
-    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Request Name is %s and we will use a handler with %s name.\"",
-                  paramName, entry->name);
-    if (!IsRequestType(type) || entry->handlers[type].handler == nullptr) {
         return false;
     }
     descr->handler = entry->handlers[type].handler;
     descr->userData = entry->userData;
-    zelto::CopyTerminated(descr->name, entry->handlerName != nullptr ? entry->handlerName : "");
+    zelto::CopyTerminated(descr->name, zelto::HandlerName(*entry));
     descr->paramChangeEvent = entry->paramChangeEvent;
-    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Descriptor found for Request name %s\"", paramName);
     return true;
 }
 

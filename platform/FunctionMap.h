@@ -16,6 +16,12 @@ namespace zelto {
 // Adds the manager's entries; an entry replaces an earlier one of the same name whole.
 void AddFunctionTable(const tZeltoPltFunctionTable* entries, int32_t count);
 
+// The entry with a handler for `type` under a key, or else under the default one; null when nobody serves it.
+const tZeltoPltFunctionTable* FindServing(tZeltoPltRequestType type, const char* key);
+
+// What the handlers of an entry find in their records.
+const char* HandlerName(const tZeltoPltFunctionTable& entry);
+
 } // namespace zelto
 
 #endif

@@ -42,7 +42,7 @@ int zeltoPlatLibAddObjectInstance(const char* obj, int* id) {
         return -1;
     }
     tZeltoPlatformRequest request = zelto::MakeRequest(target);
-    const int32_t code = target.descr.handler(&request);
+    const int32_t code = target.handler.call(&request);
     if (code != PLT_SUCCESS) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request AddObject(%s) failed with error - '%s'\"", obj,
                       zelto::ReturnCodeName(code));
@@ -63,7 +63,7 @@ int zeltoPlatLibDelObjectInstance(const char* obj) {
         return -1;
     }
     tZeltoPlatformRequest request = zelto::MakeRequest(target);
-    const int32_t code = target.descr.handler(&request);
+    const int32_t code = target.handler.call(&request);
     if (code != PLT_SUCCESS) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request DeleteObject(%s) failed with error - '%s'\"", obj,
                       zelto::ReturnCodeName(code));
@@ -83,7 +83,7 @@ int zeltoPlatLibGetObjectIds(const char* obj, int* count, int** ids) {
         return -1;
     }
     tZeltoPlatformRequest request = zelto::MakeRequest(target);
-    const int32_t code = target.descr.handler(&request);
+    const int32_t code = target.handler.call(&request);
     if (code != PLT_SUCCESS) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request GetObjectIds(%s) failed with error - '%s'\"", obj,
                       zelto::ReturnCodeName(code));

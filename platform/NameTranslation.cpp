@@ -1,38 +1,60 @@
+#include "platform/NameSegments.h"
 #include "zelto/ZeltoPlatformNames.h"
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <stdexcept>
-#include <string_view>
+#include <string>
 #include <system_error>
+
+namespace zelto {
 
 namespace {
 
-constexpr char PATH_SEPARATOR = '.';
 constexpr char NO_TRANSLATION_MARK = '@';
-constexpr const char* INSTANCE_PLACEHOLDER = "{i}";
 constexpr std::size_t SHOWN_DIGITS = 32; // of a number that is refused, whatever its length
 
-// Of ASCII, whatever the locale says.
-bool IsDigit(char character) {
-    return character >= '0' && character <= '9';
-}
+} // namespace
 
-bool IsInstanceNumber(std::string_view segment) {
-    return !segment.empty() && std::all_of(segment.begin(), segment.end(), IsDigit);
-}
-
-int InstanceNumber(std::string_view digits) {
-    int number = 0;
-    const std::from_chars_result result =
-        std::from_chars(digits.data(), digits.data() + digits.size(), number);
+bool ReadInstanceNumber(std::string_view digits, int& number) {
+    const char* const end = digits.data() + digits.size();
+    const std::from_chars_result result = std::from_chars(digits.data(), end, number);
+    if (result.ptr != end) {
+        return false;
+    }
     if (result.ec != std::errc()) {
         throw std::out_of_range("instance number too large: " + std::string(digits.substr(0, SHOWN_DIGITS)));
     }
-    return number;
+    return true;
 }
 
-} // namespace
+// A root that ends with a separator, as roots do, can only end at one of the separators. Roots and names
+// begin alike, so the character before it is looked at first.
+bool TNameSegments::Holds(std::string_view root) const {
+    if (root.size() < 2 || root.back() != PATH_SEPARATOR) {
+        return text.find(root) != std::string_view::npos;
+    }
+    const char last = root[root.size() - 2];
+    const char* const begin = text.data();
+    for (const std::size_t end : separators) {
+        const std::size_t size = end + 1;
+        if (size >= root.size() && begin[end - 1] == last &&
+            std::memcmp(begin + size - root.size(), root.data(), root.size()) == 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool TNameSegments::HoldsTranslatedRoot() const {
+    return std::any_of(rootVector.begin(), rootVector.end(),
+                       [this](const std::string& root) { return Holds(root); });
+}
+
+} // namespace zelto
+
+using namespace zelto;
 
 void referIndexMap(std::string& name, const std::unordered_map<std::string, std::string>& map) {
     for (const std::string& root : rootVector) {
@@ -65,30 +87,14 @@ int stripIndexMapNegator(std::string& name) {
 }
 
 bool convertObjectToJsonName(std::string& name) {
-    bool changed = false;
-    std::size_t end =
-        name.rfind(PATH_SEPARATOR); // what follows the last separator is a leaf, never an instance
-    while (end != std::string::npos && end != 0) {
-        const std::size_t separator = name.rfind(PATH_SEPARATOR, end - 1);
-        const std::size_t begin = separator == std::string::npos ? 0 : separator + 1;
-        if (IsDigit(name[begin])) {
-            name.replace(begin, end - begin, INSTANCE_PLACEHOLDER);
-            changed = true;
-        }
-        end = separator;
-    }
+    std::string key;
+    TNameSegments(name).AppendKey(key);
+    const bool changed = key != name;
+    name.swap(key);
     return changed;
 }
 
 void getIndices(const char* name, std::vector<int>& out) {
     out.clear();
-    std::string_view rest = name != nullptr ? name : "";
-    while (!rest.empty()) {
-        const std::size_t length = std::min(rest.find(PATH_SEPARATOR), rest.size());
-        const std::string_view segment = rest.substr(0, length);
-        if (IsInstanceNumber(segment)) {
-            out.push_back(InstanceNumber(segment));
-        }
-        rest.remove_prefix(std::min(length + 1, rest.size()));
-    }
+    TNameSegments(name != nullptr ? name : "").AppendInstanceNumbers(out);
 }

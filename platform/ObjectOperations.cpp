@@ -16,15 +16,15 @@ constexpr char MARK = '@';
 struct TObjectCall {
     zelto::TTarget target;
     std::vector<tZeltoPlatformObjectParam> params;
-    std::vector<std::vector<int>> indices;
+    std::vector<std::vector<int32_t>> indices;
     tZeltoPlatformObjectRequest request{};
 };
 
 bool FillElement(const TZeltoPlatLibObject& element, bool rootMarked, tZeltoPlatformObjectParam& param,
-                 std::vector<int>& indices) {
+                 std::vector<int32_t>& indices) {
     std::string name = element.name;
     zelto::ToPlatformName(name, rootMarked || element.inPlatformNumbering);
-    if (!zelto::TakeIndices(name, indices)) {
+    if (!zelto::TakeIndices(zelto::TNameSegments(name), indices)) {
         return false;
     }
     zelto::CopyTerminated(param.paramName, name);
@@ -35,7 +35,7 @@ bool FillElement(const TZeltoPlatLibObject& element, bool rootMarked, tZeltoPlat
 }
 
 void FillRoot(TObjectCall& call) {
-    zelto::CopyTerminated(call.request.name, call.target.descr.name);
+    zelto::CopyTerminated(call.request.name, call.target.handler.name);
     zelto::CopyTerminated(call.request.paramName, call.target.name);
     call.request.indexCount = static_cast<int32_t>(call.target.indices.size());
     call.request.indices = zelto::IndexArray(call.target.indices);
@@ -79,11 +79,11 @@ std::pair<std::string, std::string> MakeResult(const TZeltoPlatLibObject& elemen
 }
 
 void ReportChange(const tZeltoPlatformObjectParam& param, const std::string& value) {
-    tZeltoPlatformRequestDescr descr;
-    if (!zelto::FindDescriptor(PLT_REQUEST_SET_PARAM, param.paramName, descr)) {
+    zelto::THandler handler;
+    if (!zelto::FindHandler(PLT_REQUEST_SET_PARAM, zelto::TNameSegments(param.paramName), handler)) {
         return;
     }
-    if (!descr.paramChangeEvent) {
+    if (!handler.paramChangeEvent) {
         qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Param Change Event is not set for %s!\"", param.paramName);
         return;
     }
@@ -98,7 +98,7 @@ int zeltoPlatLibGetObject(const char* root, const std::vector<TZeltoPlatLibObjec
     if (!PrepareCall(PLT_REQUEST_GET_OBJECT, root, names, call)) {
         return -1;
     }
-    const int32_t code = call.target.descr.handler(&call.request);
+    const int32_t code = call.target.handler.call(&call.request);
     if (code != PLT_SUCCESS) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request GetObject(%s) failed with error - '%s'\"", root,
                       zelto::ReturnCodeName(code));
@@ -117,7 +117,7 @@ int zeltoPlatLibSetObject(const char* root, const std::vector<TZeltoPlatLibObjec
     if (!PrepareCall(PLT_REQUEST_SET_OBJECT, root, params, call)) {
         return -1;
     }
-    const int32_t code = call.target.descr.handler(&call.request);
+    const int32_t code = call.target.handler.call(&call.request);
     if (code != PLT_SUCCESS) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request SetObject(%s) failed with error - '%s'\"", root,
                       zelto::ReturnCodeName(code));

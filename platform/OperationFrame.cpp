@@ -1,9 +1,9 @@
 #include "platform/OperationFrame.h"
 
+#include "platform/FunctionMap.h"
 #include "utils/FixedText.h"
 #include "utils/Log.h"
 #include "zelto/ZeltoPlatformNames.h"
-#include "zelto/ZeltoPlatformOps.h"
 
 #include <iterator>
 #include <stdexcept>
@@ -33,23 +33,29 @@ constexpr TOperationRow ROWS[] = {
 static_assert(std::size(ROWS) == ZELTO_PLT_REQUEST_TYPES, "one row for each request type");
 
 constexpr const char OBJECT_REFERENCE[] = "Device.";
+constexpr char MARK = '@';
 
 } // namespace
 
-bool PrepareTarget(tZeltoPltRequestType type, const std::string& name, bool inPlatformNumbering,
+bool PrepareTarget(tZeltoPltRequestType type, std::string_view name, bool inPlatformNumbering,
                    TTarget& target) {
     const TOperationRow& row = ROWS[type];
-    target.name = name;
-    if (row.takesMark) {
-        target.marked = ToPlatformName(target.name, inPlatformNumbering || !row.translates);
+    target.marked = row.takesMark && !name.empty() && name.front() == MARK;
+    TNameSegments segments(target.marked ? name.substr(1) : name);
+    const bool translates = row.translates && !target.marked && !inPlatformNumbering;
+    if (translates && segments.HoldsTranslatedRoot()) {
+        target.translated = name;
+        referRequestIndexMap(target.translated);
+        segments.Read(target.translated);
     }
-    if (!FindDescriptor(type, target.name, target.descr)) {
+    target.name = segments.Text();
+    if (!FindHandler(type, segments, target.handler)) {
         if (row.reportsMissing) {
-            qvLogging_log(LOG_LEVEL_ERROR, "\"%s descriptor not found!\"", name.c_str());
+            qvLogging_log(LOG_LEVEL_ERROR, "\"%s descriptor not found!\"", name.data());
         }
         return false;
     }
-    return TakeIndices(target.name, target.indices);
+    return TakeIndices(segments, target.indices);
 }
 
 bool ToPlatformName(std::string& name, bool inPlatformNumbering) {
@@ -62,29 +68,22 @@ bool ToPlatformName(std::string& name, bool inPlatformNumbering) {
     return false;
 }
 
-bool FindDescriptor(tZeltoPltRequestType type, std::string name, tZeltoPlatformRequestDescr& descr) {
-    convertObjectToJsonName(name);
-    return zeltoGetPlatformRequestDescr(type, name.c_str(), &descr);
-}
-
-bool TakeIndices(const std::string& name, std::vector<int>& indices) {
-    try {
-        getIndices(name.c_str(), indices);
-    } catch (const std::out_of_range&) {
-        qvLogging_log(LOG_LEVEL_ERROR, "\"An instance number in %s is too large\"", name.c_str());
+bool FindHandler(tZeltoPltRequestType type, const TNameSegments& name, THandler& handler) {
+    TShortList<char, 2 * ZELTO_TEXT_SIZE> key;
+    name.AppendKey(key);
+    key.push_back('\0');
+    const tZeltoPltFunctionTable* const entry = FindServing(type, key.data());
+    if (entry == nullptr) {
         return false;
     }
+    handler = {entry->handlers[type].handler, HandlerName(*entry), entry->paramChangeEvent};
     return true;
-}
-
-int32_t* IndexArray(std::vector<int>& indices) {
-    return indices.empty() ? nullptr : indices.data();
 }
 
 tZeltoPlatformRequest MakeRequest(TTarget& target) {
     tZeltoPlatformRequest request{};
-    CopyTerminated(request.name, target.descr.name);
-    CopyTerminated(request.paramName, target.name);
+    CopyIntoZeros(request.name, target.handler.name);
+    CopyIntoZeros(request.paramName, target.name);
     request.indexCount = static_cast<int32_t>(target.indices.size());
     request.indices = IndexArray(target.indices);
     return request;

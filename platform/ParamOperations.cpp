@@ -36,7 +36,7 @@ int zeltoPlatLibGetParam(const std::string& name, std::string& value, bool fromW
     }
     tZeltoPlatformRequest request = zelto::MakeRequest(target);
     const TLongValueOwner owner(request);
-    const int32_t code = target.descr.handler(&request);
+    const int32_t code = target.handler.call(&request);
     if (code != PLT_SUCCESS) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request GetParam(%s) failed with error - '%s'\"",
                       name.c_str(), zelto::ReturnCodeName(code));
@@ -65,14 +65,14 @@ int zeltoPlatLibSetParam(const std::string& name, const std::string& value, bool
     }
     request.longValue = const_cast<char*>(value.c_str());
     request.commit = commit;
-    const int32_t code = target.descr.handler(&request);
+    const int32_t code = target.handler.call(&request);
     if (code != PLT_SUCCESS) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Request SetParam(%s, %s) failed with error - '%s'\"",
                       name.c_str(), value.c_str(), zelto::ReturnCodeName(code));
         return -1;
     }
-    if (target.descr.paramChangeEvent) {
-        zelto::SendChangeEvent(target.name.c_str(), value);
+    if (target.handler.paramChangeEvent) {
+        zelto::SendChangeEvent(target.name, value);
     }
     return 0;
 }

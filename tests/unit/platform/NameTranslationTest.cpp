@@ -213,3 +213,21 @@ TEST(GetIndicesOverflow, NamesTheNumberButNotAllOfALongOne) {
         EXPECT_EQ(error.what(), "instance number too large: " + std::string(32, '9'));
     }
 }
+
+std::string Repeated(const std::string& piece, int times) {
+    std::string text;
+    for (int i = 0; i < times; ++i) {
+        text += piece;
+    }
+    return text;
+}
+
+TEST(ManySegments, MakeAKey) {
+    std::string name = Repeated("A.12.", 500);
+    EXPECT_TRUE(convertObjectToJsonName(name));
+    EXPECT_EQ(name, Repeated("A.{i}.", 500));
+}
+
+TEST(ManySegments, GiveTheirNumbers) {
+    EXPECT_EQ(Indices(Repeated("A.12.", 500).c_str()), std::vector<int>(500, 12));
+}

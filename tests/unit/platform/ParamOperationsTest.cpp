@@ -1,6 +1,7 @@
 #include "ScriptedPlatform.h"
 
 #include "support/LogSpy.h"
+#include "zelto/ZeltoPlatformNames.h"
 #include "zelto/ZeltoPlatformOps.h"
 
 #include <gmock/gmock.h>
@@ -37,6 +38,8 @@ protected:
             Entry("Test.Deep.{i}.Table.{i}.Value", {PLT_REQUEST_GET_PARAM}),
             Entry("Device.Ethernet.Interface.{i}.Enable", {PLT_REQUEST_GET_PARAM, PLT_REQUEST_SET_PARAM},
                   true),
+            Entry("Test.Device.Ethernet.Interface.{i}.Enable", {PLT_REQUEST_GET_PARAM}),
+            Entry("Test.Room-7.Value", {PLT_REQUEST_GET_PARAM}),
             Entry(LONG_NAME.c_str(), {PLT_REQUEST_GET_PARAM}),
         });
     }
@@ -94,6 +97,21 @@ TEST_F(GetParam, TranslatesTheNameForTheHandler) {
     EXPECT_THAT(Calls()[0].indices, ElementsAre(5));
     EXPECT_TRUE(LogSpy::Contains(
         DEBUG, "\"Descriptor found for Request name Device.Ethernet.Interface.{i}.Enable\""));
+}
+
+TEST_F(GetParam, TranslatesBelowARootInTheMiddleOfTheName) {
+    ASSERT_EQ(Get("Test.Device.Ethernet.Interface.1.Enable"), 0);
+    EXPECT_EQ(Calls().at(0).paramName, "Test.Device.Ethernet.Interface.5.Enable");
+}
+
+TEST_F(GetParam, TranslatesBelowARootThatEndsWithoutASeparator) {
+    rootVector.emplace_back("Test.Room-");
+    DataModelRequestIndexMap["Test.Room-1"] = "Test.Room-7";
+    EXPECT_EQ(Get("Test.Room-1.Value"), 0);
+    DataModelRequestIndexMap.erase("Test.Room-1");
+    rootVector.pop_back();
+    ASSERT_EQ(Calls().size(), 1U);
+    EXPECT_EQ(Calls()[0].paramName, "Test.Room-7.Value");
 }
 
 TEST_F(GetParam, HandsOnANumberWithoutAPairAsItIs) {
