@@ -12,6 +12,13 @@ namespace zelto {
 namespace {
 
 constexpr std::size_t FIRST_ROOM = 128;
+constexpr std::string_view SEPARATOR = ", ";
+constexpr std::string_view BEHIND_KEY = "\": ";
+
+char* Write(char* at, std::string_view bytes) {
+    std::memcpy(at, bytes.data(), bytes.size());
+    return at + bytes.size();
+}
 
 bool IsEscaped(char character) {
     return static_cast<unsigned char>(character) < 0x80;
@@ -59,75 +66,80 @@ void TPlainWriter::BeginList(std::string_view key) {
 }
 
 void TPlainWriter::BeginObject() {
-    Separate();
-    Append("{");
+    char* const begin = Room(SEPARATOR.size() + 1);
+    char* const at = Separate(begin);
+    *at = '{';
+    used += static_cast<std::size_t>(at + 1 - begin);
     first = true;
 }
 
 void TPlainWriter::Element(int number) {
-    Separate();
+    char* const begin = Room(SEPARATOR.size());
+    used += static_cast<std::size_t>(Separate(begin) - begin);
     Append(std::to_string(number));
 }
 
 std::string TPlainWriter::Take() {
-    Close("}");
+    Close('}');
     out.resize(used);
     return std::move(out);
 }
 
 // Writing into a text that is long enough already is several times as fast as appending piece by piece.
-char* TPlainWriter::Room(std::size_t size) {
-    if (out.size() - used < size) {
-        out.resize(std::max({used + size, 2 * out.size(), FIRST_ROOM}));
-    }
-    return out.data() + used;
+void TPlainWriter::Grow(std::size_t size) {
+    out.resize(std::max({used + size, 2 * out.size(), FIRST_ROOM}));
 }
 
 void TPlainWriter::Append(std::string_view bytes) {
-    std::memcpy(Room(bytes.size()), bytes.data(), bytes.size());
+    Write(Room(bytes.size()), bytes);
     used += bytes.size();
 }
 
-void TPlainWriter::Key(std::string_view key) {
-    constexpr std::string_view BEHIND = "\": ";
-    Separate();
-    char* const at = Room(1 + key.size() + BEHIND.size());
-    *at = '"';
-    std::memcpy(at + 1, key.data(), key.size());
-    std::memcpy(at + 1 + key.size(), BEHIND.data(), BEHIND.size());
-    used += 1 + key.size() + BEHIND.size();
-}
-
-void TPlainWriter::Separate() {
-    if (!first) {
-        Append(", ");
-    }
+char* TPlainWriter::Separate(char* at) {
+    char* const behind = first ? at : Write(at, SEPARATOR);
     first = false;
+    return behind;
 }
 
-void TPlainWriter::Close(std::string_view bracket) {
-    Append(bracket);
+void TPlainWriter::Key(std::string_view key) {
+    char* const begin = Room(SEPARATOR.size() + 1 + key.size() + BEHIND_KEY.size());
+    char* at = Separate(begin);
+    *at = '"';
+    at = Write(Write(at + 1, key), BEHIND_KEY);
+    used += static_cast<std::size_t>(at - begin);
+}
+
+void TPlainWriter::Close(char bracket) {
+    *Room(1) = bracket;
+    ++used;
     first = false;
 }
 
 bool TPlainWriter::AppendQuoted(std::string_view text) {
-    Reserve(text.size() + 2); // a long text at once, or it would be moved several times
-    Append("\"");
-    const char* position = text.data();
-    const char* const end = position + text.size();
-    while (true) {
-        const char* const stop = EndOfPlainText(position, end);
-        Append(std::string_view(position, static_cast<std::size_t>(stop - position)));
-        if (stop == end || *stop == '\0') {
-            Append("\"");
-            return true;
-        }
-        if (!IsEscaped(*stop)) {
+    char* const at = Room(text.size() + 2); // a long text at once, or it would be moved several times
+    const char* const end = text.data() + text.size();
+    const char* const stop = EndOfPlainText(text.data(), end);
+    const auto plain = static_cast<std::size_t>(stop - text.data());
+    *at = '"';
+    Write(at + 1, text.substr(0, plain));
+    used += 1 + plain;
+    return AppendRest(stop, end);
+}
+
+// Appends what follows the first plain characters of a text, and the closing quote.
+bool TPlainWriter::AppendRest(const char* position, const char* end) {
+    while (position != end && *position != '\0') {
+        if (!IsEscaped(*position)) {
             return false;
         }
-        AppendEscaped(*stop);
-        position = stop + 1;
+        AppendEscaped(*position);
+        const char* const begin = position + 1;
+        position = EndOfPlainText(begin, end);
+        Append(std::string_view(begin, static_cast<std::size_t>(position - begin)));
     }
+    *Room(1) = '"';
+    ++used;
+    return true;
 }
 
 // Appends what stands for a quote, a backslash or a control character.

@@ -29,9 +29,9 @@ public:
 
     // A list of objects or integers. Between BeginObject and EndObject the keys are those of the element.
     void BeginList(std::string_view key);
-    void EndList() { Close("]"); }
+    void EndList() { Close(']'); }
     void BeginObject();
-    void EndObject() { Close("}"); }
+    void EndObject() { Close('}'); }
     void Element(int number);
 
     // Whether no key has been written.
@@ -41,12 +41,21 @@ public:
     std::string Take();
 
 private:
-    char* Room(std::size_t size);
+    // Where so many bytes may be written. What has been written there counts once `used` says so.
+    char* Room(std::size_t size) {
+        if (out.size() - used < size) {
+            Grow(size);
+        }
+        return out.data() + used;
+    }
+    void Grow(std::size_t size);
     void Append(std::string_view bytes);
+    // Writes a comma unless nothing stands before; returns the place behind it.
+    char* Separate(char* at);
     void Key(std::string_view key);
-    void Separate();
-    void Close(std::string_view bracket);
+    void Close(char bracket);
     bool AppendQuoted(std::string_view text);
+    bool AppendRest(const char* position, const char* end);
     void AppendEscaped(char character);
 
     std::string out; // longer than what has been written
