@@ -63,6 +63,7 @@ private:
     bool CanTakeMore();
     bool IsClogged() const;
     bool HasUnsent() const;
+    void NoteStall(bool isStalled);
     bool IsDone(const TWaiter& waiter) const;
     bool WaitUntilDone(TWaiter& waiter, TClock::time_point deadline, const TRun* run);
     void LeadOnce(const TWaiter& waiter, TClock::time_point deadline);
@@ -78,7 +79,8 @@ private:
     TUniqueFd kick;
     std::atomic<bool> polling{false};
     std::atomic<bool> lost{false};
-    std::atomic<bool> stalled{false}; // a message did not leave in time
+    std::atomic<bool> stalled{false};  // a message did not leave in time
+    std::atomic<long> stalledBytes{0}; // that waited to be sent then
     std::atomic<bool> busy{false};
 
     std::mutex mutex;
