@@ -31,6 +31,9 @@ if(ZELTO_SANITIZE)
     target_compile_options(zelto_compiler INTERFACE -fno-sanitize-recover=all)
   endif()
   target_link_options(zelto_compiler INTERFACE -fsanitize=${ZELTO_SANITIZE})
+  # A C program gets the part of the sanitizer's runtime that the C++ library asks for, and what that part needs.
+  target_link_options(zelto_compiler INTERFACE $<$<LINK_LANG_AND_ID:C,Clang>:-fsanitize-link-c++-runtime>)
+  target_link_libraries(zelto_compiler INTERFACE $<$<LINK_LANG_AND_ID:C,Clang>:stdc++>)
 else()
   target_compile_definitions(zelto_compiler INTERFACE
     $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)

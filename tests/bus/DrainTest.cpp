@@ -23,7 +23,7 @@ const bool BUS_READY = TBusEnvironment::Register();
 const std::string TEN_KILOBYTES(10000, 'x');
 
 // Sanitizers keep freed memory, so that what is resident says nothing.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZELTO_SANITIZED
 constexpr bool COUNTS_MEMORY = false;
 #else
 constexpr bool COUNTS_MEMORY = true;

@@ -25,7 +25,7 @@ using support::TBusEnvironment;
 
 const bool BUS_READY = TBusEnvironment::Register();
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZELTO_SANITIZED
 constexpr int ROUNDS = 5000; // the sanitizers keep freed memory: only the other properties hold
 constexpr bool MEMORY_COUNTS = false;
 #else

@@ -18,7 +18,7 @@
 
 namespace {
 
-void ShowSyslog(int priority, const char* format, va_list arguments) {
+[[gnu::format(printf, 2, 0)]] void ShowSyslog(int priority, const char* format, va_list arguments) {
     std::printf("syslog %d ", priority);
     (void)std::vprintf(format, arguments);
     std::printf("\n");
@@ -96,7 +96,8 @@ int LogFromThreads() {
 
 } // namespace
 
-extern "C" __attribute__((visibility("default"))) void syslog(int priority, const char* format, ...) {
+extern "C" __attribute__((visibility("default"), format(printf, 2, 3))) void syslog(int priority,
+                                                                                    const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     ShowSyslog(priority, format, arguments);
@@ -104,8 +105,8 @@ extern "C" __attribute__((visibility("default"))) void syslog(int priority, cons
 }
 
 // What syslog becomes in a fortified build.
-extern "C" __attribute__((visibility("default"))) void __syslog_chk(int priority, int, const char* format,
-                                                                    ...) {
+extern "C" __attribute__((visibility("default"), format(printf, 3, 4))) void
+__syslog_chk(int priority, int, const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
     ShowSyslog(priority, format, arguments);

@@ -160,7 +160,7 @@ TEST(Logging, ShowsTheFormatWhenItCannotBePrinted) {
     EXPECT_EQ("error: \"%ls\"\n", WithoutProcess(Probe({"unprintable"}).errors));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef ZELTO_SANITIZED
 // Sanitizers need memory themselves.
 TEST(Logging, CutsALongTextRatherThanFailWithoutMemory) {
     const TRunResult result = Probe({"long-without-memory"});

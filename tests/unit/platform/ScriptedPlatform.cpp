@@ -87,12 +87,12 @@ constexpr tZeltoPltHandler HANDLERS[ZELTO_PLT_REQUEST_TYPES] = {
 
 void Script(tZeltoPltRequestType type, TParamScript script) {
     const std::lock_guard<std::mutex> guard(lock);
-    paramScripts[type] = std::move(script);
+    paramScripts.at(static_cast<std::size_t>(type)) = std::move(script);
 }
 
 void ScriptObject(tZeltoPltRequestType type, TObjectScript script) {
     const std::lock_guard<std::mutex> guard(lock);
-    objectScripts[type] = std::move(script);
+    objectScripts.at(static_cast<std::size_t>(type)) = std::move(script);
 }
 
 void Reset() {
