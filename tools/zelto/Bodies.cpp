@@ -18,8 +18,10 @@ std::string Shorten(const std::string& text) {
 } // namespace
 
 void SetText(TZeltoJsonObject& object, const std::string& key, const std::string& text) {
-    if (text.find('\0') != std::string::npos) {
-        throw std::runtime_error("cannot be sent, since it has a NUL byte: " + Shorten(text));
+    const std::string::size_type nul = text.find('\0');
+    if (nul != std::string::npos) {
+        throw std::runtime_error("cannot be sent, since it has a NUL byte after: " +
+                                 Shorten(text.substr(0, nul)));
     }
     (void)object.SetJsonObject(key, object.ToJson(text));
     if (object.GetPropertyType(key) != JSON_TYPE_STRING) {
