@@ -85,8 +85,8 @@ void RequireIdentity(const std::string& text) {
 void RequireMember(const char* what, const std::string& text) {
     if (text.find('\0') != std::string::npos || dbus_validate_utf8(text.c_str(), nullptr) == FALSE ||
         dbus_validate_member(text.c_str(), nullptr) == FALSE) {
-        Fail(Quoted(text) + " is not the name of a " + what +
-             ": 1 to 255 letters, digits and '_', not beginning with a digit");
+        Fail(Quoted(text) + " is not a valid " + what +
+             " name: 1 to 255 letters, digits and '_', not beginning with a digit");
     }
 }
 
