@@ -2,18 +2,15 @@
 
 #include "e2e/Programs.h"
 
-#include <cstdlib>
-
 namespace cli {
 
 namespace {
 
 constexpr std::chrono::seconds LONGEST_RUN(30);
 
-std::string FolderOfCommand() {
-    const std::string path = ZELTO_COMMAND_PATH;
-    return path.substr(0, path.rfind('/'));
-}
+// A shell does not know how to run a program for another architecture.
+const std::string DEFINITION =
+    std::string("zelto() { ") + EMULATOR + " '" + ZELTO_COMMAND_PATH + "' \"$@\"; }\n";
 
 support::TRunResult Finish(support::TChildProcess& child, const std::string& input) {
     child.WriteInput(input);
@@ -54,8 +51,7 @@ void ExpectGolden(const TGolden& golden) {
 support::TRunResult RunShell(const std::string& line, bool isOnTerminal) {
     support::TChildProcess::TOptions options;
     options.isOnTerminals = isOnTerminal;
-    options.environment = {{"PATH", FolderOfCommand() + ":" + std::getenv("PATH")}};
-    support::TChildProcess child({"/bin/sh", "-c", line}, options);
+    support::TChildProcess child({"/bin/sh", "-c", DEFINITION + line}, options);
     return Finish(child, "");
 }
 
