@@ -5,6 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 using cli::BothWays;
 using cli::RunZelto;
 using cli::TGolden;
@@ -215,6 +218,19 @@ TEST(BadOutput, OfAFileLeavesItAsItWas) {
     EXPECT_EQ(result.errors, "zelto: cannot write " + file + ": File too large\n");
     EXPECT_EQ(directory.Read("value"), "old");
     EXPECT_EQ(cli::RunShell("ls " + directory.Path()).output, "value\n");
+}
+
+TEST(BadOutput, ThroughALinkReplacesWhatItStandsFor) {
+    TGateway gateway;
+    support::TTempDir directory;
+    const std::string file = directory.Write("value", "old");
+    ASSERT_EQ(symlink("value", directory.File("link").c_str()), 0);
+    ASSERT_EQ(chmod(file.c_str(), 0640), 0);
+    EXPECT_EQ(RunZelto({"get", "--long", SSID_1, "-o", directory.File("link")}).exitCode, 0);
+    EXPECT_EQ(directory.Read("value"), "Ulmet");
+    struct stat status = {};
+    ASSERT_EQ(lstat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode, mode_t{S_IFREG | 0640});
 }
 
 TEST(BadOutput, ToADeviceOrAFolderEndsWithThree) {

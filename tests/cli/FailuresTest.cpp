@@ -139,6 +139,18 @@ TEST(ManagerThatDies, EndsTheCommandWithFour) {
     });
 }
 
+TEST(BusThatDies, EndsTheCommandWithThree) {
+    BothWays([](bool isOnTerminal) {
+        TScriptedManager manager;
+        const auto command = Start({"get", "Device.A"}, isOnTerminal);
+        ASSERT_TRUE(manager.WaitForCall("GET_PARAM"));
+        TBusEnvironment::Bus().Kill();
+        EXPECT_EQ(command->WaitForExit(), 3);
+        EXPECT_EQ(command->Errors(), "zelto: get Device.A: the bus is gone\n");
+        TBusEnvironment::Bus().Restart();
+    });
+}
+
 TEST(Signal, EndsAWaitWithItsNumber) {
     for (const int number : {SIGINT, SIGTERM}) {
         BothWays([number](bool isOnTerminal) {

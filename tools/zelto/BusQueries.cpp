@@ -19,16 +19,19 @@ struct TCloseConnection {
 
 } // namespace
 
-bool IsOnBus(const std::string& identity) {
+TPresence FindPresence(const std::string& identity) {
+    const std::string name = NAME_PREFIX + identity;
+    if (dbus_validate_bus_name(name.c_str(), nullptr) == FALSE) {
+        return PRESENCE_ABSENT;
+    }
     const std::unique_ptr<DBusConnection, TCloseConnection> connection(
         dbus_bus_get_private(DBUS_BUS_SYSTEM, nullptr));
     if (!connection) {
-        return false;
+        return PRESENCE_UNKNOWN;
     }
     dbus_connection_set_exit_on_disconnect(connection.get(), FALSE);
-    const std::string name = NAME_PREFIX + identity;
-    return dbus_validate_bus_name(name.c_str(), nullptr) != FALSE &&
-           dbus_bus_name_has_owner(connection.get(), name.c_str(), nullptr) != FALSE;
+    return dbus_bus_name_has_owner(connection.get(), name.c_str(), nullptr) == FALSE ? PRESENCE_ABSENT
+                                                                                     : PRESENCE_ON_BUS;
 }
 
 } // namespace tool

@@ -6,8 +6,14 @@
 
 namespace tool {
 
-// Whether somebody is on the bus under the identity. False, too, when the bus cannot be asked.
-bool IsOnBus(const std::string& identity);
+enum TPresence {
+    PRESENCE_ON_BUS,
+    PRESENCE_ABSENT,
+    PRESENCE_UNKNOWN, // the bus cannot be asked
+};
+
+// Whether somebody is on the bus under the identity.
+TPresence FindPresence(const std::string& identity);
 
 } // namespace tool
 

@@ -3,6 +3,7 @@
 #include "Output.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -16,6 +17,10 @@ namespace {
 
 constexpr size_t BLOCK_SIZE = 65536;
 constexpr mode_t NEW_FILE_MODE = 0666; // less what the user's mask takes away
+
+struct TFree {
+    void operator()(char* memory) const { std::free(memory); }
+};
 
 bool Complain(const char* verb, const std::string& path) {
     PrintError(std::string("cannot ") + verb + " " + path + ": " + std::strerror(errno));
@@ -88,11 +93,14 @@ bool ReadFile(const std::string& path, std::string& content) {
 }
 
 bool WriteFile(const std::string& path, const std::string& content) {
+    // What a link stands for is replaced, not the link.
+    const std::unique_ptr<char, TFree> resolved(realpath(path.c_str(), nullptr));
+    const std::string target = resolved ? resolved.get() : path;
     struct stat status = {};
-    const bool exists = lstat(path.c_str(), &status) == 0;
+    const bool exists = stat(target.c_str(), &status) == 0;
     const bool isWritten = exists && !S_ISREG(status.st_mode)
-                               ? WriteTo(path, content, O_TRUNC, NEW_FILE_MODE)
-                               : Replace(path, content, exists ? status.st_mode & 0777 : NEW_FILE_MODE);
+                               ? WriteTo(target, content, O_TRUNC, NEW_FILE_MODE)
+                               : Replace(target, content, exists ? status.st_mode & 0777 : NEW_FILE_MODE);
     return isWritten || Complain("write", path);
 }
 

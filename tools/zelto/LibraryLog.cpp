@@ -15,8 +15,16 @@ namespace {
 constexpr int ERROR_LEVEL = 3;
 
 std::atomic<bool> isShown{false};
-std::mutex lastErrorLock;
-std::string lastError;
+struct TLastError {
+    std::mutex lock;
+    std::string text;
+};
+
+// Never destroyed: the library logs until the very end of the process.
+TLastError& LastError() {
+    static TLastError* const lastError = new TLastError;
+    return *lastError;
+}
 
 std::string Format(const char* format, va_list arguments) {
     va_list again;
@@ -33,13 +41,18 @@ std::string WithoutQuotes(const std::string& text) {
     return isQuoted ? text.substr(1, text.size() - 2) : text;
 }
 
+void SetLastError(const std::string& text) {
+    TLastError& lastError = LastError();
+    const std::lock_guard<std::mutex> lock(lastError.lock);
+    lastError.text = text;
+}
+
 void TakeLine(int level, const std::string& line) {
     if (isShown) {
         (void)std::fprintf(stderr, "zelto: log %d: %s\n", level, Escape(line).c_str());
     }
     if (level <= ERROR_LEVEL) {
-        const std::lock_guard<std::mutex> lock(lastErrorLock);
-        lastError = WithoutQuotes(line);
+        SetLastError(WithoutQuotes(line));
     }
 }
 
@@ -50,13 +63,13 @@ void ShowLog(bool isLogShown) {
 }
 
 std::string LastLoggedError() {
-    const std::lock_guard<std::mutex> lock(lastErrorLock);
-    return lastError;
+    TLastError& lastError = LastError();
+    const std::lock_guard<std::mutex> lock(lastError.lock);
+    return lastError.text;
 }
 
 void ForgetLoggedError() {
-    const std::lock_guard<std::mutex> lock(lastErrorLock);
-    lastError.clear();
+    SetLastError("");
 }
 
 } // namespace tool

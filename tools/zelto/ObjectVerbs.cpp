@@ -68,23 +68,28 @@ std::string InstancePath(const TIndexMap& indexMap, const std::string& table, in
     return table[0] == '@' ? path : ToApplicationName(indexMap, path);
 }
 
-int RunLs(const TGlobals& globals, const TObjectOptions& options) {
+int PrintInstances(const TGlobals& globals, const TObjectOptions& options, const std::vector<int>& ids) {
     const std::string table = WithFinalDot(options.object);
-    const TZeltoJsonObject body = ObjectBody(table);
-    TZeltoJsonObject answer;
+    const bool needsMap = table[0] != '@' && !(options.valuesOnly && globals.format == FORMAT_TEXT);
     TIndexMap indexMap;
-    int code = Ask(globals, "ls " + table, "GET_OBJECT_INSTANCES", body, answer);
-    code = code == EXIT_DONE ? ReadIndexMap(globals, "ls " + table, indexMap) : code;
+    const int code = needsMap ? ReadIndexMap(globals, "ls " + table, indexMap) : int{EXIT_DONE};
     if (code != EXIT_DONE) {
         return code;
     }
     TOutput output(globals, "INSTANCES");
-    for (const int id : GetIntegers(answer, "IDS")) {
+    for (const int id : ids) {
         TZeltoJsonObject record = ObjectBody(InstancePath(indexMap, table, id));
         SetInteger(record, "ID", id);
         (void)output.Add(options.valuesOnly ? std::to_string(id) : GetText(record, "OBJ"), record);
     }
     return output.Finish(EXIT_DONE);
+}
+
+int RunLs(const TGlobals& globals, const TObjectOptions& options) {
+    const std::string table = WithFinalDot(options.object);
+    TZeltoJsonObject answer;
+    const int code = Ask(globals, "ls " + table, "GET_OBJECT_INSTANCES", ObjectBody(table), answer);
+    return code == EXIT_DONE ? PrintInstances(globals, options, GetIntegers(answer, "IDS")) : code;
 }
 
 // A name that is no full path is one below the object.

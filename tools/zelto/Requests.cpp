@@ -53,9 +53,13 @@ TAnswer ExplainSilence(const std::string& server) {
     if (IsDenial(error)) {
         return Failure(EXIT_DENIED, "denied by the policy of the bus: " + error);
     }
-    if (!IsOnBus(server)) {
+    const TPresence presence = FindPresence(server);
+    if (presence == PRESENCE_ABSENT) {
         return Failure(EXIT_NO_OWNER, server == ManagerIdentity() ? "there is no manager on the bus"
                                                                   : "there is no " + server + " on the bus");
+    }
+    if (presence == PRESENCE_UNKNOWN) {
+        return Failure(EXIT_RUN_TIME, "the bus is gone");
     }
     return Failure(EXIT_RUN_TIME, error.empty() ? "no answer" : error);
 }
