@@ -17,6 +17,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <malloc.h>
+
 namespace {
 
 struct TOptions {
@@ -45,6 +47,8 @@ bool WaitForBus() {
 }
 
 void Serve(const TOptions& options) {
+    // What one very long request has taken is to go back to the system, not to be kept for the next one.
+    (void)mallopt(M_MMAP_THRESHOLD, 131072); // without it memory only goes back later
     gateway::CatchStopSignals();
     gateway::TStateDir stateDir(options.stateDir);
     stateDir.InstallHelper();
