@@ -20,9 +20,8 @@ TIndexPairs ReadPairs(const json_t* pairs) {
 }
 
 void ReadIndexMap(const std::string& answer, TIndexMap& indexMap) {
-    TZeltoJsonObject response;
-    (void)response.DecodeFromString(answer); // what cannot be decoded has no keys
-    const json_t* const models = zelto::ValueOf(response, zelto::KEY_DATA_MODELS);
+    const zelto::TJsonHandle response = zelto::ParseDocument(answer.c_str());
+    const json_t* const models = json_object_get(response.get(), zelto::KEY_DATA_MODELS);
     for (std::size_t index = 0; index < zelto::ElementCount(models); ++index) {
         const json_t* const model = zelto::ElementAt(models, index);
         indexMap[zelto::TextOf(model, zelto::KEY_NAME)] =

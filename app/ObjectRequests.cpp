@@ -9,7 +9,7 @@ int TZeltoApplication::AddObject(const std::string& object, int& instanceId) {
         *ipc, zelto::METHOD_ADD_OBJECT_INSTANCE,
         [&](zelto::TPlainWriter& body) { zelto::WritePath(body, zelto::KEY_OBJ, object); },
         [&](const std::string& answer) {
-            instanceId = zelto::IntegerValue(zelto::ValueOf(zelto::Decoded(answer), zelto::KEY_ID));
+            instanceId = zelto::IntegerOf(zelto::ParseDocument(answer.c_str()).get(), zelto::KEY_ID);
         });
 }
 
@@ -24,8 +24,8 @@ int TZeltoApplication::GetObjectIds(const std::string& object, std::vector<int>&
         *ipc, zelto::METHOD_GET_OBJECT_INSTANCES,
         [&](zelto::TPlainWriter& body) { zelto::WritePath(body, zelto::KEY_OBJ, object); },
         [&](const std::string& answer) {
-            const TZeltoJsonObject response = zelto::Decoded(answer);
-            const json_t* const answered = zelto::ValueOf(response, zelto::KEY_IDS);
+            const zelto::TJsonHandle response = zelto::ParseDocument(answer.c_str());
+            const json_t* const answered = json_object_get(response.get(), zelto::KEY_IDS);
             ids.clear();
             ids.reserve(zelto::ElementCount(answered));
             for (std::size_t index = 0; index < zelto::ElementCount(answered); ++index) {

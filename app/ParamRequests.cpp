@@ -5,6 +5,7 @@
 #include "protocol/RequestNames.h"
 #include "zelto/TZeltoApplication.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace {
@@ -14,6 +15,13 @@ using TParams = std::vector<TZeltoApplication::TZeltoAppParam>;
 // An element of an answer that is about to go, handed over instead of copied.
 zelto::TJsonHandle TakeObject(json_t* element) {
     return zelto::TJsonHandle(json_is_object(element) ? json_incref(element) : json_object());
+}
+
+// Fails without memory, and for a document that is no object.
+void SetParams(TZeltoJsonObject& document, zelto::TJsonHandle entries) {
+    if (document.SetJsonObject(zelto::KEY_PARAMS, entries.release()) != 0) {
+        throw std::runtime_error("cannot set the key PARAMS");
+    }
 }
 
 } // namespace
@@ -37,13 +45,13 @@ int TZeltoApplication::GetParam(const std::string& name, TZeltoJsonObject& resul
     return zelto::RunRequest(
         *ipc, zelto::METHOD_GET_PARAM, [&](zelto::TPlainWriter& body) { zelto::WriteName(body, name); },
         [&](const std::string& answer) {
-            const TZeltoJsonObject response = zelto::Decoded(answer);
-            const json_t* const answered = zelto::ValueOf(response, zelto::KEY_PARAMS);
+            const zelto::TJsonHandle response = zelto::ParseDocument(answer.c_str());
+            const json_t* const answered = json_object_get(response.get(), zelto::KEY_PARAMS);
             zelto::TJsonHandle entries;
             for (std::size_t index = 0; index < zelto::ElementCount(answered); ++index) {
                 zelto::AppendEntry(entries, TakeObject(zelto::ElementAt(answered, index)));
             }
-            result.SetJsonObject(zelto::KEY_PARAMS, entries.release());
+            SetParams(result, std::move(entries));
         });
 }
 
@@ -106,5 +114,5 @@ void TZeltoApplication::ParamArrayToJson(const std::vector<TZeltoAppParam>& para
     for (const TZeltoAppParam& param : params) {
         zelto::AppendEntry(entries, zelto::MakeParamEntry(param.name, param.value));
     }
-    json.SetJsonObject(zelto::KEY_PARAMS, entries.release());
+    SetParams(json, std::move(entries));
 }

@@ -14,8 +14,8 @@ zelto::TPlainWriter NewBody(const char* requestType) {
     return body;
 }
 
-bool HasSucceeded(const TZeltoJsonObject& response) {
-    const std::string status = zelto::TextIn(response, zelto::KEY_STATUS);
+bool HasSucceeded(const json_t* response) {
+    const std::string status = zelto::TextOf(response, zelto::KEY_STATUS);
     if (status == zelto::STATUS_OK) {
         return true;
     }
@@ -33,7 +33,7 @@ int TZeltoApplication::SetParamRemote(const std::string& address, const std::str
     if (!PerformRemoteRequest(body.Take(), address, answer, nullptr)) {
         return -1;
     }
-    return HasSucceeded(zelto::Decoded(answer)) ? 0 : -1;
+    return HasSucceeded(zelto::ParseDocument(answer.c_str()).get()) ? 0 : -1;
 }
 
 int TZeltoApplication::GetParamRemote(const std::string& address, const std::string& name,
@@ -44,11 +44,10 @@ int TZeltoApplication::GetParamRemote(const std::string& address, const std::str
     if (!PerformRemoteRequest(body.Take(), address, answer, nullptr)) {
         return -1;
     }
-    const TZeltoJsonObject response = zelto::Decoded(answer);
-    if (!HasSucceeded(response)) {
+    if (!HasSucceeded(zelto::ParseDocument(answer.c_str()).get())) {
         return -1;
     }
-    PopulateParamArray(response, params);
+    zelto::ReadParams(answer, params);
     return 0;
 }
 
@@ -60,11 +59,11 @@ int TZeltoApplication::GetFileRemote(const std::string& address, const std::stri
     if (!PerformRemoteRequest(body.Take(), address, answer, &fileData)) {
         return -1;
     }
-    TZeltoJsonObject response;
-    if (!response.DecodeFromString(answer)) {
+    const zelto::TJsonHandle response = zelto::ParseDocument(answer.c_str());
+    if (!response) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"Failed to parse response: %s\"", answer.c_str());
     }
-    const std::string status = zelto::TextIn(response, zelto::KEY_STATUS);
+    const std::string status = zelto::TextOf(response.get(), zelto::KEY_STATUS);
     if (status == zelto::STATUS_OK) {
         return 0;
     }

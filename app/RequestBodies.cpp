@@ -73,10 +73,4 @@ void ReadParams(const std::string& answer, std::vector<TZeltoApplication::TZelto
     }
 }
 
-TZeltoJsonObject Decoded(const std::string& answer) {
-    TZeltoJsonObject response;
-    (void)response.DecodeFromString(answer);
-    return response;
-}
-
 } // namespace zelto

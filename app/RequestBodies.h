@@ -4,7 +4,6 @@
 
 #include "protocol/PlainWriter.h"
 #include "zelto/TZeltoApplication.h"
-#include "zelto/TZeltoJsonObject.h"
 #include "zelto/ZeltoAppRecords.h"
 
 #include <string>
@@ -31,9 +30,6 @@ void WritePath(TPlainWriter& body, std::string_view key, std::string_view path);
 
 // Replaces the list by the parameter entries of an answer.
 void ReadParams(const std::string& answer, std::vector<TZeltoApplication::TZeltoAppParam>& params);
-
-// The document of an answer; one without keys when it cannot be decoded.
-TZeltoJsonObject Decoded(const std::string& answer);
 
 } // namespace zelto
 

@@ -44,9 +44,9 @@ void zeltoPlatformLibInit(const tZeltoPlatformLibTable* table) {
     }
     qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Starting ZELTO Platform Library, tableSize = %d\n\"",
                   table->count);
-    zelto::AddFunctionTable(table->entries, table->count);
     // The callers are C programs, so no exception leaves.
     try {
+        zelto::AddFunctionTable(table->entries, table->count);
         if (table->indexMapPath != nullptr) {
             // A file that cannot be used leaves the built-in maps in force, and start-up goes on.
             static_cast<void>(zelto::LoadIndexMapFile(table->indexMapPath));

@@ -32,8 +32,7 @@ TBodyFields FieldsOf(const json_t* document) {
 TMessageBody::TMessageBody(std::string_view text) {
     isPlain = ReadPlain(text, fields);
     if (!isPlain) {
-        json_error_t error;
-        document.reset(json_loads(text.data(), 0, &error));
+        document = ParseDocument(text.data());
         fields = FieldsOf(document.get());
     }
 }

@@ -2,6 +2,8 @@
 
 #include "protocol/RequestNames.h"
 
+#include <cstring>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -17,14 +19,34 @@ void SetNew(json_t* object, const char* key, TJsonHandle value) {
     }
 }
 
-std::string TextValue(const json_t* value) {
-    return json_is_string(value) ? json_string_value(value) : std::string();
+bool BeginsWith(const char* text, const char* beginning) {
+    return std::strncmp(text, beginning, std::strlen(beginning)) == 0;
+}
+
+// jansson has no word of its own for most of these. Without memory it either says nothing or calls a string
+// that it has read to its end no token; what is wrong with a string is always said.
+bool IsOutOfMemory(const json_error_t& error, const char* text) {
+    if (error.text[0] == '\0') {
+        return true;
+    }
+    return (BeginsWith(error.text, "invalid token") || BeginsWith(error.text, "string or '}' expected")) &&
+           error.position > 0 && text[error.position - 1] == '"';
 }
 
 } // namespace
 
+TJsonHandle ParseDocument(const char* text) {
+    json_error_t error{};
+    TJsonHandle document(json_loads(text, 0, &error));
+    if (!document && IsOutOfMemory(error, text)) {
+        throw std::bad_alloc();
+    }
+    return document;
+}
+
 std::string TextOf(const json_t* object, const char* key) {
-    return TextValue(json_object_get(object, key));
+    const char* const text = json_string_value(json_object_get(object, key));
+    return text != nullptr ? text : std::string();
 }
 
 bool FlagOf(const json_t* object, const char* key) {
@@ -79,10 +101,6 @@ void AppendEntry(TJsonHandle& array, TJsonHandle entry) {
 
 json_t* ValueOf(const TZeltoJsonObject& body, const char* key) {
     return static_cast<json_t*>(body.GetJsonObject(key, WHOLE_PROPERTY));
-}
-
-std::string TextIn(const TZeltoJsonObject& body, const char* key) {
-    return TextValue(ValueOf(body, key));
 }
 
 } // namespace zelto

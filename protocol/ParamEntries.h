@@ -10,6 +10,10 @@
 
 namespace zelto {
 
+// The document of a text; null when it is no JSON. Throws std::bad_alloc when memory runs out: a request must
+// not be worked with the defaults of what could not be read.
+TJsonHandle ParseDocument(const char* text);
+
 // The text, flag or integer under a key of a JSON object; "" , false or 0 when it is missing or of another
 // kind. A null `object` has no keys.
 std::string TextOf(const json_t* object, const char* key);
@@ -36,9 +40,6 @@ void AppendEntry(TJsonHandle& array, TJsonHandle entry);
 
 // The value under a key of the body, of any kind; borrowed, null when missing.
 json_t* ValueOf(const TZeltoJsonObject& body, const char* key);
-
-// The text under a key of the body, "" when it is missing or of another kind.
-std::string TextIn(const TZeltoJsonObject& body, const char* key);
 
 } // namespace zelto
 

@@ -165,12 +165,11 @@ TEST(AppendEntry, CreatesTheArrayForTheFirstEntry) {
     EXPECT_EQ(Text(array), R"([{"NAME": "A"}, {"NAME": "B"}])");
 }
 
-TEST(TextIn, ReadsAStringAndIsEmptyForOtherKinds) {
-    TZeltoJsonObject body;
-    ASSERT_TRUE(body.DecodeFromString(VALUES));
-    EXPECT_EQ(zelto::TextIn(body, "text"), "a");
-    for (const char* key : {"number", "null", "object", "array", "missing"}) {
-        EXPECT_EQ(zelto::TextIn(body, key), "") << key;
+TEST(ParseDocument, IsNullForWhatIsNoJson) {
+    for (const char* text : {"", "{", "\"text\"", "{\"a\"}", "{\"a\" \"b\"}", "[\"a\" \"b\"]", "[\"a]",
+                             "[\"\\x\"]", "[\"\xff\"]", "[\"\\u0000\"]", "{\"\\ud800\": 1}", "[invalid\"]",
+                             "{} \"a\"", "{1: \"a\"}", "[identifierThatIsLongEnough]"}) {
+        EXPECT_EQ(zelto::ParseDocument(text), nullptr) << text;
     }
 }
 
