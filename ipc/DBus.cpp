@@ -4,6 +4,7 @@
 #include "utils/Log.h"
 #include "zelto/TZeltoDBus.h"
 
+#include <new>
 #include <utility>
 
 #include <unistd.h>
@@ -28,14 +29,23 @@ TMessageHandle MakeReleaseRequest(const std::string& busName) {
 // Makes the party's own server connection readable, which wakes a dispatch thread of any transport. Its
 // answer is taken in by the next Run.
 void SendWakeUp(const std::shared_ptr<TBusLink>& link, const std::string& identity) {
-    if (!link || !IsIdentity(identity)) {
-        return;
-    }
     const TMessageHandle call(dbus_message_new_method_call((BUS_NAME_PREFIX + identity).c_str(),
                                                            (OBJECT_PATH_PREFIX + identity).c_str(),
                                                            INTERFACE_NAME, WAKE_UP_MEMBER));
     if (call) {
         link->client.Post(call.get());
+    }
+}
+
+// The threads end without it as well, and they must.
+void TryToWakeUp(const std::shared_ptr<TBusLink>& link, const std::string& identity) {
+    if (!link || !IsIdentity(identity)) {
+        return;
+    }
+    try {
+        SendWakeUp(link, identity);
+    } catch (const std::bad_alloc& error) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", error.what());
     }
 }
 
@@ -132,13 +142,15 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
     } catch (...) {
         TZeltoIpc::Init(formerIdentity);
         if (wasRunning) {
-            own->BeginRun();
-            TZeltoIpc::Run();
+            own->Resume([this] {
+                own->BeginRun();
+                TZeltoIpc::Run();
+            });
         }
         throw;
     }
     if (wasRunning) {
-        Run();
+        own->Resume([this] { Run(); });
     }
 }
 
@@ -169,7 +181,7 @@ void TZeltoDBus::Stop() {
     }
     const auto run = own->TakeRun();
     if (running.exchange(false)) {
-        SendWakeUp(own->GetLink(), identity);
+        TryToWakeUp(own->GetLink(), identity);
     }
     if (run) {
         run->RequestStop();

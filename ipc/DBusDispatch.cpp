@@ -100,12 +100,13 @@ void TZeltoDBus::MainLoop() {
         return;
     }
     const TRun::TThreadScope threadScope(run.get());
-    keep->EnterLoop(run.get());
+    TPrivate::TLoop loop{run.get(), nullptr};
+    keep->EnterLoop(loop);
     while (running && run->Lead()) {
         Contain([&] { keep->DispatchTurn(*run); });
         run->Unlead();
     }
-    keep->LeaveLoop(run.get());
+    keep->LeaveLoop(loop);
 }
 
 void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {
@@ -207,6 +208,7 @@ void TZeltoDBus::Reply(DBusMessage* call, const std::string& result, int code) {
         throw std::runtime_error("dbus_connection_send failed");
     }
     const char* const member = dbus_message_get_member(call);
+    // A failure must be answered without memory as well, or its caller would wait for the time-out.
     const std::string fault = TextFault("result", member == nullptr ? "" : member, result);
     if (!fault.empty()) {
         throw std::runtime_error(fault); // logged by whoever asked for the reply

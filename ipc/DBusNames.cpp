@@ -90,14 +90,16 @@ void RequireMember(const char* what, const std::string& text) {
     }
 }
 
-std::string TextFault(const char* what, const std::string& name, const std::string& text) {
+std::string TextFault(const char* what, std::string_view name, const std::string& text) {
+    const char* fault = nullptr;
     if (text.size() > MAX_TEXT_LENGTH) {
-        return std::string("the ") + what + " of '" + name + "' is longer than 16 MiB";
+        fault = "' is longer than 16 MiB";
+    } else if (!IsUtf8(text)) {
+        fault = "' is not valid UTF-8";
+    } else {
+        return {};
     }
-    if (!IsUtf8(text)) {
-        return std::string("the ") + what + " of '" + name + "' is not valid UTF-8";
-    }
-    return {};
+    return std::string("the ").append(what).append(" of '").append(name).append(fault);
 }
 
 void RequireText(const char* what, const std::string& name, const std::string& text) {

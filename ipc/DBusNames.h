@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace zelto {
 
@@ -30,8 +31,8 @@ void RequireIdentity(const std::string& text);
 void RequireMember(const char* what, const std::string& text);
 // UTF-8 and not too long. `what` says what the text is, `name` which one; the text itself is not shown.
 void RequireText(const char* what, const std::string& name, const std::string& text);
-// What RequireText would complain about; empty when it would not.
-std::string TextFault(const char* what, const std::string& name, const std::string& text);
+// What RequireText would complain about; empty when it would not, and then without a need for memory.
+std::string TextFault(const char* what, std::string_view name, const std::string& text);
 
 // Logs `text` at error level and throws it.
 [[noreturn]] void Fail(const std::string& text);

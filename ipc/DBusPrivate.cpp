@@ -3,7 +3,6 @@
 #include "ipc/DBusNames.h"
 #include "utils/Log.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -263,10 +262,10 @@ void TZeltoDBus::TPrivate::Close() {
         std::unique_lock<std::mutex> lock(mutex);
         const TRun* const here = TRun::OfThisThread();
         if (here == nullptr || !here->IsOf(this)) {
-            for (TRun* const left : loops) {
-                left->Interrupt();
+            for (const TLoop* left = loops; left != nullptr; left = left->next) {
+                left->run->Interrupt();
             }
-            loopEnded.wait(lock, [this] { return loops.empty(); });
+            loopEnded.wait(lock, [this] { return loops == nullptr; });
         }
         party = nullptr;
         link = nullptr;
@@ -275,14 +274,29 @@ void TZeltoDBus::TPrivate::Close() {
     self = nullptr;
 }
 
-void TZeltoDBus::TPrivate::EnterLoop(TRun* dispatching) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    loops.push_back(dispatching);
+void TZeltoDBus::TPrivate::Resume(const std::function<void()>& start) {
+    try {
+        start();
+    } catch (...) {
+        party->identity.clear();
+        party->running = true;
+        throw;
+    }
 }
 
-void TZeltoDBus::TPrivate::LeaveLoop(TRun* dispatching) {
+void TZeltoDBus::TPrivate::EnterLoop(TLoop& loop) {
     const std::lock_guard<std::mutex> lock(mutex);
-    loops.erase(std::find(loops.begin(), loops.end(), dispatching));
+    loop.next = loops;
+    loops = &loop;
+}
+
+void TZeltoDBus::TPrivate::LeaveLoop(const TLoop& loop) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    TLoop** place = &loops;
+    while (*place != &loop) {
+        place = &(*place)->next;
+    }
+    *place = loop.next;
     loopEnded.notify_all();
 }
 

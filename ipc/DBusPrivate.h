@@ -9,10 +9,10 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <vector>
 
 #include <sys/types.h>
 
@@ -59,9 +59,19 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     // has not come back from it, unless this is that thread.
     void Close();
 
-    // A dispatch thread begins and ends its loop.
-    void EnterLoop(zelto::TRun* dispatching);
-    void LeaveLoop(zelto::TRun* dispatching);
+    // Starts the dispatch threads again after they were stopped for a new name. When it throws, because there
+    // is no memory or no thread to be had, the party counts as running and has no identity: so the next Init,
+    // of whatever name, starts them.
+    void Resume(const std::function<void()>& start);
+
+    // A dispatch thread in its loop. It lies on that thread's stack: without memory the loop begins all the
+    // same.
+    struct TLoop {
+        zelto::TRun* run;
+        TLoop* next;
+    };
+    void EnterLoop(TLoop& loop);
+    void LeaveLoop(const TLoop& loop);
 
     // The run that is under way; a new one when there is none.
     TRunRef BeginRun();
@@ -105,7 +115,7 @@ private:
     zelto::TLinkPlan plan;
     bool isLost = false; // there was a link and the bus has taken it away
     zelto::TReconnector reconnector;
-    std::vector<zelto::TRun*> loops; // one entry for each dispatch thread that is in its loop
+    TLoop* loops = nullptr; // one for each dispatch thread that is in its loop
     std::condition_variable loopEnded;
 };
 

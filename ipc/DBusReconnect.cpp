@@ -1,6 +1,7 @@
 #include "ipc/DBusReconnect.h"
 
 #include "ipc/Timeouts.h"
+#include "utils/Log.h"
 #include "utils/UniqueFd.h"
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
+#include <exception>
 #include <string>
 #include <type_traits>
 
@@ -86,6 +88,16 @@ TBusState Probe(const sockaddr_storage& address, socklen_t length) {
         return TBusState::SILENT;
     }
     return recv(fd.Get(), &first, 1, 0) == 1 ? TBusState::ANSWERING : TBusState::ABSENT;
+}
+
+// An attempt for which there was no memory is one that failed.
+bool Succeeds(const TReconnector::TAttempt& attempt) {
+    try {
+        return attempt();
+    } catch (const std::exception& error) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", error.what());
+        return false;
+    }
 }
 
 } // namespace
@@ -173,7 +185,7 @@ void TReconnector::Release(bool isFinished) {
 
 void TReconnector::Loop(const std::shared_ptr<TState>& state, const TAttempt& attempt) {
     milliseconds interval = FIRST_INTERVAL;
-    bool succeeded = attempt();
+    bool succeeded = Succeeds(attempt);
     std::unique_lock<std::mutex> lock(state->mutex);
     while (!succeeded && !state->cancelled) {
         // A nudge shortens the wait, but two attempts are never closer than the first interval.
@@ -184,7 +196,7 @@ void TReconnector::Loop(const std::shared_ptr<TState>& state, const TAttempt& at
         state->nudged = false;
         if (!state->cancelled) {
             lock.unlock();
-            succeeded = attempt();
+            succeeded = Succeeds(attempt);
             lock.lock();
         }
     }
