@@ -73,6 +73,13 @@ public:
                 "libdbus has nothing left to do");
     }
 
+    std::string NameIn(DBusMessage* message) {
+        std::string name;
+        int32_t code = 0;
+        GetMessageValue(message, name, &code);
+        return name;
+    }
+
     void Read(DBusMessage* message) {
         std::string text = "former";
         int32_t code = 7;
@@ -118,7 +125,7 @@ void RequireServed(DBusMessage* message, const TCallbacks& callbacks) {
     }
 }
 
-void RequireWatched(DBusMessage* message, const TCallbacks& callbacks) {
+void RequireWatched(TFuzzedParty& watching, DBusMessage* message, const TCallbacks& callbacks) {
     Require(replies.empty() && callbacks.calls.empty(), "a monitor serves nothing");
     Require(callbacks.events.size() <= 1, "a message is one event");
     const char* const sender = dbus_message_get_sender(message);
@@ -128,7 +135,7 @@ void RequireWatched(DBusMessage* message, const TCallbacks& callbacks) {
                              ? TZeltoIpc::ON_APP_CONNECTED_EVENT
                              : TZeltoIpc::ON_APP_DISCONNECTED_EVENT),
                 "a name comes or goes");
-        Require(zelto::BUS_NAME_PREFIX + identity == zelto::FirstText(message), "the name is the party's");
+        Require(zelto::BUS_NAME_PREFIX + identity == watching.NameIn(message), "the name is the party's");
     }
 }
 
@@ -166,7 +173,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     TFuzzedParty fuzzed(callbacks, party, dbus_message_get_member(message.get()));
     fuzzed.Take(message.get());
     if ((party & IS_MONITOR) != 0) {
-        RequireWatched(message.get(), callbacks);
+        RequireWatched(fuzzed, message.get(), callbacks);
     } else {
         RequireServed(message.get(), callbacks);
     }
