@@ -104,3 +104,12 @@ TEST_F(CommandUnderPolicy, EndsWithEightForAStrangerUnderOurOwn) {
     EXPECT_EQ(Run({"set", SSID_1 + "=x"}).exitCode, 8);
     EXPECT_EQ(Run({"watch"}).exitCode, 8);
 }
+
+TEST_F(CommandUnderPolicy, TellsWhoIsThereWithoutBeingGrantedAnything) {
+    StartBus("<deny send_interface=\"com.Ulmet.Zelto.Zelto\"/>");
+    EXPECT_EQ(Run({"apps"}).exitCode, 0);
+    EXPECT_EQ(Run({"wait", "ZELTO_DISPATCHER"}).exitCode, 0);
+    const auto result = Run({"ping", "ZELTO_DISPATCHER"});
+    EXPECT_EQ(result.exitCode, 8);
+    EXPECT_THAT(result.errors, StartsWith("zelto: ping ZELTO_DISPATCHER" + DENIED));
+}

@@ -45,6 +45,7 @@ void AddVerbs(CLI::App& app, TContext& context) {
     AddWatchVerb(app, context);
     AddRawVerbs(app, context);
     AddRemoteVerbs(app, context);
+    AddPartyVerbs(app, context);
 }
 
 void Apply(const TFormatFlags& flags, TGlobals& globals) {

@@ -24,6 +24,7 @@ void AddMapVerb(CLI::App& app, TContext& context);
 void AddWatchVerb(CLI::App& app, TContext& context);
 void AddRawVerbs(CLI::App& app, TContext& context);
 void AddRemoteVerbs(CLI::App& app, TContext& context);
+void AddPartyVerbs(CLI::App& app, TContext& context);
 
 } // namespace tool
 
