@@ -105,6 +105,16 @@ TEST_F(CommandUnderPolicy, EndsWithEightForAStrangerUnderOurOwn) {
     EXPECT_EQ(Run({"watch"}).exitCode, 8);
 }
 
+TEST_F(CommandUnderPolicy, EndsWithEightWhenItMayNotMonitor) {
+    StartBus("<deny send_interface=\"org.freedesktop.DBus.Monitoring\"/>");
+    cli::BothWays([this](bool isOnTerminal) {
+        const auto result = Run({"trace"}, isOnTerminal);
+        EXPECT_EQ(result.exitCode, 8);
+        EXPECT_EQ(result.output, "");
+        EXPECT_THAT(result.errors, StartsWith("zelto: trace: denied by the policy of the bus: Rejected"));
+    });
+}
+
 TEST_F(CommandUnderPolicy, TellsWhoIsThereWithoutBeingGrantedAnything) {
     StartBus("<deny send_interface=\"com.Ulmet.Zelto.Zelto\"/>");
     EXPECT_EQ(Run({"apps"}).exitCode, 0);

@@ -46,6 +46,7 @@ void AddVerbs(CLI::App& app, TContext& context) {
     AddRawVerbs(app, context);
     AddRemoteVerbs(app, context);
     AddPartyVerbs(app, context);
+    AddTraceVerb(app, context);
 }
 
 void Apply(const TFormatFlags& flags, TGlobals& globals) {

@@ -25,6 +25,7 @@ void AddWatchVerb(CLI::App& app, TContext& context);
 void AddRawVerbs(CLI::App& app, TContext& context);
 void AddRemoteVerbs(CLI::App& app, TContext& context);
 void AddPartyVerbs(CLI::App& app, TContext& context);
+void AddTraceVerb(CLI::App& app, TContext& context);
 
 } // namespace tool
 
