@@ -79,6 +79,13 @@ TEST(Requests, OfObjects) {
                 ElementsAre(R"(DELETE_OBJECT_INSTANCE {"OBJ": "Device.X.1."})"));
 }
 
+TEST(Requests, OfMapAndLs) {
+    EXPECT_THAT(RequestsOf({"map", "Device.X"}), ElementsAre("GET_INDEX_MAP "));
+    const std::string list = R"(GET_OBJECT_INSTANCES {"OBJ": "Device.WiFi.SSID."})";
+    EXPECT_THAT(RequestsOf({"ls", "Device.WiFi.SSID."}), ElementsAre(list, "GET_INDEX_MAP "));
+    EXPECT_THAT(RequestsOf({"ls", "-V", "Device.WiFi.SSID."}), ElementsAre(list));
+}
+
 TEST(Requests, OfCallAreWhatTheUserSays) {
     EXPECT_THAT(RequestsOf({"call", "GET_PARAM", "{ soup"}), ElementsAre("GET_PARAM { soup"));
     EXPECT_THAT(RequestsOf({"call", "SING"}), ElementsAre("SING "));

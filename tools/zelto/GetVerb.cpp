@@ -46,7 +46,8 @@ int RunGetLong(const TGlobals& globals, const TGetOptions& options) {
     }
     const std::string& path = options.paths[0];
     TZeltoJsonObject answer;
-    const int code = Ask(globals, "get " + path, "GET_LONG_PARAM", NameEntry(path), answer);
+    const int code =
+        Ask(globals, {"get " + path, "GET_LONG_PARAM", NameEntry(path).EncodeToString(), "VALUE"}, answer);
     return code == EXIT_DONE ? WriteValue(globals, options, GetText(answer, "VALUE")) : code;
 }
 

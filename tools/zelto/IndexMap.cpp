@@ -41,7 +41,7 @@ std::string Number(const std::string& name, const TNumberPlace& place) {
 
 int ReadIndexMap(const TGlobals& globals, const std::string& what, TIndexMap& indexMap) {
     TZeltoJsonObject answer;
-    const int code = Ask(globals, what, "GET_INDEX_MAP", TZeltoJsonObject(), answer);
+    const int code = Ask(globals, {what, "GET_INDEX_MAP", "", "DATA_MODELS"}, answer);
     if (code != EXIT_DONE) {
         return code;
     }

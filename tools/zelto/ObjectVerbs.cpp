@@ -38,7 +38,8 @@ int RunAdd(const TGlobals& globals, const TObjectOptions& options) {
     const std::string table = WithFinalDot(options.object);
     TZeltoJsonObject record = ObjectBody(table);
     TZeltoJsonObject answer;
-    const int code = Ask(globals, "add " + table, "ADD_OBJECT_INSTANCE", record, answer);
+    const int code =
+        Ask(globals, {"add " + table, "ADD_OBJECT_INSTANCE", record.EncodeToString(), "ID"}, answer);
     if (code != EXIT_DONE) {
         return code;
     }
@@ -53,7 +54,8 @@ int RunDel(const TGlobals& globals, const TObjectOptions& options) {
     const std::string instance = WithFinalDot(options.object);
     const TZeltoJsonObject record = ObjectBody(instance);
     TZeltoJsonObject answer;
-    const int code = Ask(globals, "del " + instance, "DELETE_OBJECT_INSTANCE", record, answer);
+    const int code =
+        Ask(globals, {"del " + instance, "DELETE_OBJECT_INSTANCE", record.EncodeToString(), ""}, answer);
     if (code != EXIT_DONE) {
         return code;
     }
@@ -88,7 +90,8 @@ int PrintInstances(const TGlobals& globals, const TObjectOptions& options, const
 int RunLs(const TGlobals& globals, const TObjectOptions& options) {
     const std::string table = WithFinalDot(options.object);
     TZeltoJsonObject answer;
-    const int code = Ask(globals, "ls " + table, "GET_OBJECT_INSTANCES", ObjectBody(table), answer);
+    const int code = Ask(
+        globals, {"ls " + table, "GET_OBJECT_INSTANCES", ObjectBody(table).EncodeToString(), "IDS"}, answer);
     return code == EXIT_DONE ? PrintInstances(globals, options, GetIntegers(answer, "IDS")) : code;
 }
 
@@ -112,7 +115,9 @@ int RunGetObj(const TGlobals& globals, const TObjectOptions& options) {
         names.push_back(NameEntry(FullName(root, name)));
     }
     TZeltoJsonObject answer;
-    const int code = Ask(globals, "getobj " + root, "GET_OBJECT", ObjectRequest(root, names), answer);
+    const int code =
+        Ask(globals, {"getobj " + root, "GET_OBJECT", ObjectRequest(root, names).EncodeToString(), "PARAMS"},
+            answer);
     return code == EXIT_DONE ? PrintParams(globals, GetList(answer, "PARAMS"), options.valuesOnly, code)
                              : code;
 }
@@ -131,7 +136,7 @@ int RunSetObj(const TGlobals& globals, const TObjectOptions& options) {
     TZeltoJsonObject body = ObjectRequest(root, entries);
     SetBoolean(body, "COMMIT", options.isCommitted);
     TZeltoJsonObject answer;
-    const int code = Ask(globals, "setobj " + root, "SET_OBJECT", body, answer);
+    const int code = Ask(globals, {"setobj " + root, "SET_OBJECT", body.EncodeToString(), ""}, answer);
     if (code != EXIT_DONE) {
         return code;
     }

@@ -10,16 +10,28 @@ namespace tool {
 
 namespace {
 
-void Append(TObjects& entries, const TZeltoJsonObject& answer) {
+// Says so when the answer has not what it must have.
+int ReadAnswer(const TQuestion& question, const std::string& text, TZeltoJsonObject& answer) {
+    answer = Decode(text);
+    if (question.key.empty() || answer.HasProperty(question.key)) {
+        return EXIT_DONE;
+    }
+    PrintError(question.what + ": the answer has no " + question.key);
+    return EXIT_RUN_TIME;
+}
+
+int ReadEntries(const std::string& what, const std::string& text, TObjects& entries) {
+    TZeltoJsonObject answer;
+    const int code = ReadAnswer({what, "", "", "PARAMS"}, text, answer);
     TObjects read = GetList(answer, "PARAMS");
     std::move(read.begin(), read.end(), std::back_inserter(entries));
+    return code;
 }
 
 int ReadOne(const TGlobals& globals, const std::string& verb, const std::string& name, TObjects& entries) {
     const TAnswer answer = Call(globals, {"GET_PARAM", NameEntry(name).EncodeToString()});
     if (answer.exitCode == EXIT_DONE) {
-        Append(entries, Decode(answer.text));
-        return EXIT_DONE;
+        return ReadEntries(verb + " " + name, answer.text, entries);
     }
     if (answer.exitCode == EXIT_REFUSED && MatchesNothing(globals, name)) {
         PrintError(verb + " " + name + ": nothing matches");
@@ -64,15 +76,13 @@ std::string Describe(const std::string& verb, const TNames& names) {
     return text;
 }
 
-int Ask(const TGlobals& globals, const std::string& what, const std::string& method,
-        const TZeltoJsonObject& body, TZeltoJsonObject& answer) {
-    const TAnswer result = Call(globals, {method, body.EncodeToString()});
+int Ask(const TGlobals& globals, const TQuestion& question, TZeltoJsonObject& answer) {
+    const TAnswer result = Call(globals, {question.method, question.body});
     if (result.exitCode != EXIT_DONE) {
-        PrintError(what + ": " + result.reason);
+        PrintError(question.what + ": " + result.reason);
         return result.exitCode;
     }
-    answer = Decode(result.text);
-    return EXIT_DONE;
+    return ReadAnswer(question, result.text, answer);
 }
 
 int Combine(const std::vector<int>& codes) {
@@ -104,8 +114,7 @@ int ReadParams(const TGlobals& globals, const std::string& verb, const TNames& n
         PrintError(Describe(verb, names) + ": " + answer.reason);
         return answer.exitCode;
     }
-    Append(entries, Decode(answer.text));
-    return EXIT_DONE;
+    return ReadEntries(Describe(verb, names), answer.text, entries);
 }
 
 int PrintParams(const TGlobals& globals, const TObjects& entries, bool valuesOnly, int code) {

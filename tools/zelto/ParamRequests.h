@@ -13,10 +13,16 @@ namespace tool {
 // "set Device.A and 2 more", for messages.
 std::string Describe(const std::string& verb, const TNames& names);
 
-// Makes a request and decodes its answer. Returns EXIT_DONE, or says what went wrong with `what` and returns
-// the exit code.
-int Ask(const TGlobals& globals, const std::string& what, const std::string& method,
-        const TZeltoJsonObject& body, TZeltoJsonObject& answer);
+struct TQuestion {
+    std::string what; // for messages, such as "add Device.X."
+    std::string method;
+    std::string body;
+    std::string key; // that the answer must have; empty for none
+};
+
+// Makes a request and decodes its answer. Returns EXIT_DONE, or says what went wrong and returns the exit
+// code.
+int Ask(const TGlobals& globals, const TQuestion& question, TZeltoJsonObject& answer);
 
 // The exit code for several parameters of which each had its own. All alike: that one; some of them done:
 // EXIT_PARTLY_DONE.

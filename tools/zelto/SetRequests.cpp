@@ -116,9 +116,10 @@ int SetOrRollBack(const TGlobals& globals, const TParams& params, const TSetMode
         PrintError("set: it is not known what is written");
         return progress.code;
     }
-    const bool isRestored = std::all_of(old.rbegin(), old.rend(), [&](const TZeltoJsonObject& entry) {
+    const auto restored = std::count_if(old.rbegin(), old.rend(), [&](const TZeltoJsonObject& entry) {
         return Restore(globals, entry, mode);
     });
+    const bool isRestored = restored == static_cast<std::ptrdiff_t>(old.size());
     PrintError(isRestored ? "set: everything is as it was" : "set: not everything is as it was");
     return isRestored ? progress.code : int{EXIT_PARTLY_DONE};
 }
