@@ -90,7 +90,8 @@ protected:
 };
 
 TEST_P(DispatchWithoutMemory, FailsOrAnswersAsAlways) {
-    const auto ask = [this] { return Ask(GetParam().method, GetParam().input); };
+    const TMethodRequest& examined = GetParam();
+    const auto ask = [&examined] { return Ask(examined.method, examined.input); };
     const memory::TOutcome expected = ask();
     ASSERT_TRUE(memory::HasSucceeded(expected)) << expected;
     TWithoutMemory(ask, expected).Examine();
