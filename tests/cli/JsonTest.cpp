@@ -73,5 +73,6 @@ INSTANTIATE_TEST_SUITE_P(
         TVerb{{"ls", "Device.WiFi.SSID."}, 0}, TVerb{{"map"}, 0}, TVerb{{"map", "\"\\\n"}, 0},
         TVerb{{"call", "GET_PARAM", R"({"NAME": "Device.WiFi.SSID.1.SSID"})"}, 0},
         TVerb{{"call", "SING", "\""}, 1}, TVerb{{"emit", "LUNCH", "{ \"\n"}, 0},
-        TVerb{{"watch", "--for", "1"}, 0}),
+        TVerb{{"watch", "--for", "1"}, 0}, TVerb{{"trace", "--for", "1"}, 0}, TVerb{{"apps"}, 0},
+        TVerb{{"ping", "ZELTO_DISPATCHER"}, 0}, TVerb{{"wait", "ZELTO_DISPATCHER"}, 0}, TVerb{{"doctor"}, 0}),
     [](const auto& verb) { return verb.param.arguments[0] + std::to_string(verb.index); });

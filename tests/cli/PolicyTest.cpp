@@ -123,3 +123,29 @@ TEST_F(CommandUnderPolicy, TellsWhoIsThereWithoutBeingGrantedAnything) {
     EXPECT_EQ(result.exitCode, 8);
     EXPECT_THAT(result.errors, StartsWith("zelto: ping ZELTO_DISPATCHER" + DENIED));
 }
+
+TEST_F(CommandUnderPolicy, IsExaminedByTheDoctor) {
+    StartBus("");
+    const auto noName = Run({"doctor"});
+    EXPECT_EQ(noName.exitCode, 8);
+    EXPECT_THAT(noName.output,
+                HasSubstr("\nbad own: the policy does not let us own com.Ulmet.Zelto.ZELTO_CLI_"));
+    EXPECT_THAT(noName.output, HasSubstr("\nok call: "));
+    StartBus("<allow own_prefix=\"com.Ulmet.Zelto\"/><deny send_interface=\"com.Ulmet.Zelto.Zelto\"/>");
+    const auto noCall = Run({"doctor"});
+    EXPECT_EQ(noCall.exitCode, 8);
+    EXPECT_THAT(noCall.output, HasSubstr("\nok own: "));
+    EXPECT_THAT(noCall.output, HasSubstr("\nbad call: the policy does not let us call the manager; run as "));
+}
+
+TEST_F(CommandUnderPolicy, IsNoWorseForTheDoctorWhenOnlyAFewMayLookDeeper) {
+    StartBus(
+        "<allow own_prefix=\"com.Ulmet.Zelto\"/><deny send_interface=\"org.freedesktop.DBus.Monitoring\"/>"
+        "<deny send_interface=\"org.freedesktop.DBus.Debug.Stats\"/>");
+    const auto result = Run({"doctor"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_THAT(result.output,
+                HasSubstr("\nwarning monitor: the bus does not let us monitor; trace as root "));
+    EXPECT_THAT(result.output,
+                HasSubstr("\nunknown statistics: the bus does not tell its names and match rules: "));
+}

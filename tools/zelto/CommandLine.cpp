@@ -47,6 +47,7 @@ void AddVerbs(CLI::App& app, TContext& context) {
     AddRemoteVerbs(app, context);
     AddPartyVerbs(app, context);
     AddTraceVerb(app, context);
+    AddDoctorVerb(app, context);
 }
 
 void Apply(const TFormatFlags& flags, TGlobals& globals) {

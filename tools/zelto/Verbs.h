@@ -26,6 +26,7 @@ void AddRawVerbs(CLI::App& app, TContext& context);
 void AddRemoteVerbs(CLI::App& app, TContext& context);
 void AddPartyVerbs(CLI::App& app, TContext& context);
 void AddTraceVerb(CLI::App& app, TContext& context);
+void AddDoctorVerb(CLI::App& app, TContext& context);
 
 } // namespace tool
 
