@@ -26,7 +26,7 @@ TLastError& LastError() {
     return *lastError;
 }
 
-std::string Format(const char* format, va_list arguments) {
+[[gnu::format(printf, 1, 0)]] std::string Format(const char* format, va_list arguments) {
     va_list again;
     va_copy(again, arguments);
     const int length = std::vsnprintf(nullptr, 0, format, again);
