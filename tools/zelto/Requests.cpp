@@ -1,6 +1,6 @@
 #include "Requests.h"
 
-#include "BusQueries.h"
+#include "Bus.h"
 #include "ExitCodes.h"
 #include "LibraryLog.h"
 #include "Output.h"
@@ -53,12 +53,12 @@ TAnswer ExplainSilence(const std::string& server) {
     if (IsDenial(error)) {
         return Failure(EXIT_DENIED, "denied by the policy of the bus: " + error);
     }
-    const TPresence presence = FindPresence(server);
-    if (presence == PRESENCE_ABSENT) {
-        return Failure(EXIT_NO_OWNER, server == ManagerIdentity() ? "there is no manager on the bus"
-                                                                  : "there is no " + server + " on the bus");
-    }
-    if (presence == PRESENCE_UNKNOWN) {
+    try {
+        if (TBus().OwnerOf(NAME_PREFIX + server).empty()) {
+            const std::string name = server == ManagerIdentity() ? "manager" : server;
+            return Failure(EXIT_NO_OWNER, "there is no " + name + " on the bus");
+        }
+    } catch (const TBusFailure& /*unreachable*/) {
         return Failure(EXIT_RUN_TIME, "the bus is gone");
     }
     return Failure(EXIT_RUN_TIME, error.empty() ? "no answer" : error);
