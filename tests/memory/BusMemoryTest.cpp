@@ -119,4 +119,21 @@ TEST_F(BusWithoutMemory, ServesUnderOneOfBothNames) {
     Examine(rename, echoed);
 }
 
+// Whatever allocation fails in the attempts to.
+TEST_F(BusWithoutMemory, GetsTheBusBack) {
+    constexpr std::size_t ALLOCATIONS = 4;
+    const auto call = [this] { return Call(*caller, SERVER); };
+    ASSERT_EQ(echoed, call());
+    LogSpy::SetRecording(false);
+    for (std::size_t n = 1; n <= ALLOCATIONS; ++n) {
+        support::TBusEnvironment::Bus().Kill();
+        memory::FailAt(n, memory::ONCE);
+        EXPECT_TRUE(support::Eventually(memory::HasFailed)) << n;
+        (void)memory::Stop();
+        support::TBusEnvironment::Bus().Restart();
+        EXPECT_TRUE(support::Eventually([&] { return memory::Try(call) == echoed; })) << n;
+    }
+    LogSpy::SetRecording(true);
+}
+
 } // namespace

@@ -67,6 +67,10 @@ void FailAt(std::size_t n, TFailure failure) {
     armed = true;
 }
 
+bool HasFailed() {
+    return failed;
+}
+
 bool Stop() {
     armed = false;
     return failed;

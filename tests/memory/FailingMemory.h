@@ -17,6 +17,7 @@ void Install();
 
 // From now on the n-th allocation of any thread (from 1) fails.
 void FailAt(std::size_t n, TFailure failure);
+bool HasFailed();
 // Nothing fails any more. Returns whether something has.
 bool Stop();
 // Blocks that are allocated and not released, of all threads.
