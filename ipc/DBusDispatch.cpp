@@ -18,6 +18,8 @@ using namespace zelto;
 namespace {
 
 constexpr int32_t REPLY_FLUSH_MS = 2000;
+// Where an earlier one has not left in that time, so that not every caller has to wait for it.
+constexpr int32_t LATER_REPLY_FLUSH_MS = 50;
 // How often an idle party looks at what has arrived on its client connection unasked.
 constexpr int32_t DRAIN_INTERVAL_MS = 5000;
 constexpr int32_t BUSY_DRAIN_INTERVAL_MS = 20;
@@ -220,11 +222,12 @@ void TZeltoDBus::Reply(DBusMessage* call, const std::string& result, int code) {
                                  DBUS_TYPE_INVALID) == FALSE) {
         return;
     }
+    const bool isBehind = dbus_connection_has_messages_to_send(connection) != FALSE;
     if (dbus_connection_send(connection, reply(), nullptr) == FALSE) {
         throw std::runtime_error("dbus_connection_send failed");
     }
     if (isIncoming) {
         incoming->isAnswered = true;
     }
-    FlushBounded(connection, DeadlineAfter(REPLY_FLUSH_MS));
+    FlushBounded(connection, DeadlineAfter(isBehind ? LATER_REPLY_FLUSH_MS : REPLY_FLUSH_MS));
 }
