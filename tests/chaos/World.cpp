@@ -20,6 +20,7 @@ using support::TChildProcess;
 // Slots are never used by two starts of a program.
 constexpr int SLOTS_PER_START = 100;
 constexpr int SLOTS_PER_APPLICATION = 10000000;
+constexpr std::chrono::seconds START_TIME{30};
 constexpr std::chrono::seconds END_TIME{20};
 constexpr int64_t SETTLING_TIME = 1000 * load::NS_PER_MS;
 
@@ -38,7 +39,11 @@ TWorld::TWorld(const TWorldOptions& chosen)
         const std::string path = directory.File("board" + std::to_string(party));
         parties[party].board = std::make_unique<TSharedBoard>(TSharedBoard::Create(path));
     }
-    for (std::size_t party = 0; party < parties.size(); ++party) {
+    Start(0);
+    if (!support::Eventually([this] { return IsRegistered(0); }, START_TIME)) {
+        throw std::runtime_error("the manager does not start");
+    }
+    for (std::size_t party = 1; party < parties.size(); ++party) {
         Start(party);
     }
 }

@@ -33,7 +33,7 @@ struct TResources {
 
 class TWorld {
 public:
-    // Everybody is started, and nobody waited for.
+    // Everybody is started; only the manager is waited for.
     explicit TWorld(const TWorldOptions& chosen);
 
     support::TPrivateBus& Bus() { return bus; }

@@ -14,13 +14,14 @@ using namespace hostile;
 // Generous: only a hang meets it, also with sanitizers on a busy machine.
 constexpr int TIMEOUT_SECONDS = 30;
 constexpr int PAUSE_US = 1000;
-constexpr uint32_t CALLS = 300; // of each application in each phase
 constexpr int WATCH_SECONDS = 120;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr bool MEMORY_COUNTS = false; // they keep what was freed
+constexpr uint32_t CALLS = 50;        // of each application in each phase
 #else
 constexpr bool MEMORY_COUNTS = true;
+constexpr uint32_t CALLS = 300;
 #endif
 // What the largest texts leave behind in the allocator.
 constexpr std::size_t ALLOWED_KIB = 4096;
