@@ -23,11 +23,11 @@ constexpr int64_t STEPS = 1 << STEP_BITS;
 std::size_t BucketOf(int64_t time) {
     const auto value = static_cast<uint64_t>(std::max<int64_t>(time, 1));
     if (value < static_cast<uint64_t>(STEPS)) {
-        return value;
+        return static_cast<std::size_t>(value);
     }
     const unsigned exponent = 63U - static_cast<unsigned>(__builtin_clzll(value));
     const uint64_t step = (value >> (exponent - STEP_BITS)) & (STEPS - 1);
-    return (exponent - STEP_BITS + 1) * STEPS + step;
+    return static_cast<std::size_t>((exponent - STEP_BITS + 1) * STEPS + step);
 }
 
 // The largest time of a bucket.
