@@ -25,6 +25,8 @@ constexpr int SUCCESS = 0;
 constexpr int FAILURE = -1;
 constexpr std::string_view DEFAULT_OBJECT = "Device.";
 constexpr char MARK = '@';
+// Room for an entry with a name and a value of common length.
+constexpr std::size_t TYPICAL_ENTRY_SIZE = 80;
 
 struct TFree {
     void operator()(void* memory) const { std::free(memory); }
@@ -145,6 +147,7 @@ int SetLongParam(const TMessageBody& request, TPlainWriter&) {
 }
 
 int GetParamArray(const TMessageBody& request, TPlainWriter& answer) {
+    answer.Reserve(request.Params().size() * TYPICAL_ENTRY_SIZE);
     answer.BeginList(KEY_PARAMS);
     std::string name;
     for (const TBodyEntry& entry : request.Params()) {

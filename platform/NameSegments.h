@@ -30,8 +30,8 @@ public:
     void Read(std::string_view name) {
         text = name;
         separators.clear();
-        for (std::size_t position = 0; position < text.size(); ++position) {
-            if (text[position] == PATH_SEPARATOR) {
+        for (std::size_t position = 0; position < name.size(); ++position) {
+            if (name[position] == PATH_SEPARATOR) {
                 separators.push_back(position);
             }
         }
