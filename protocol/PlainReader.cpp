@@ -3,6 +3,8 @@
 #include "protocol/PlainText.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <iterator>
 
 namespace zelto {
@@ -38,11 +40,15 @@ public:
 
     bool Body(TBodyFields& fields) {
         TKeysMet met;
-        return Object([&](std::string_view key) { return BodyValue(key, met, fields); }) && AtEnd();
+        const auto property = [&] {
+            std::string_view key;
+            return Text(key) && Take(':') && BodyValue(key, met, fields);
+        };
+        return Sequence('{', '}', property) && AtEnd();
     }
 
 private:
-    static constexpr std::size_t TYPICAL_ENTRY_SIZE = 64;
+    static constexpr std::ptrdiff_t SHORT_ENTRY_SIZE = 32;
 
     void SkipBlanks() {
         while (position != end &&
@@ -89,6 +95,18 @@ private:
         return true;
     }
 
+    // A key that is looked for, and the colon behind it: in a list, where there are few keys but many of
+    // them.
+    bool Key(std::string_view key) {
+        const auto left = static_cast<std::size_t>(end - position);
+        if (left < key.size() + 2 || position[0] != '"' || position[key.size() + 1] != '"' ||
+            std::memcmp(position + 1, key.data(), key.size()) != 0) {
+            return false;
+        }
+        position += key.size() + 2;
+        return Take(':');
+    }
+
     bool Flag(bool& flag) {
         flag = Word("true");
         return flag || Word("false");
@@ -111,14 +129,6 @@ private:
         return Take(close);
     }
 
-    template <typename TValue>
-    bool Object(const TValue& value) {
-        return Sequence('{', '}', [&] {
-            std::string_view key;
-            return Text(key) && Take(':') && value(key);
-        });
-    }
-
     bool BodyValue(std::string_view key, TKeysMet& met, TBodyFields& fields) {
         if (key == PARAMS) {
             return met.Meet(KEY_OF_PARAMS) && (Word("null") || List(fields.params));
@@ -132,8 +142,15 @@ private:
     }
 
     bool List(std::vector<TBodyEntry>& entries) {
-        entries.reserve(static_cast<std::size_t>(end - position) / TYPICAL_ENTRY_SIZE + 1);
+        SkipBlanks();
+        const char* const begin = position;
         return Sequence('[', ']', [&] {
+            if (entries.size() == 1) {
+                // Entries of a list are alike: room for all of them, or growing would copy the list several
+                // times over.
+                const auto size = std::max<std::ptrdiff_t>(position - begin, SHORT_ENTRY_SIZE);
+                entries.reserve(static_cast<std::size_t>((end - begin) / size) + 1);
+            }
             entries.emplace_back();
             return Entry(entries.back());
         });
@@ -141,14 +158,15 @@ private:
 
     bool Entry(TBodyEntry& entry) {
         TKeysMet met;
-        return Object([&](std::string_view key) {
-            if (key == NAME) {
+        return Sequence('{', '}', [&] {
+            SkipBlanks();
+            if (Key(NAME)) {
                 return met.Meet(BODY_NAME) && Text(entry.name);
             }
-            if (key == VALUE) {
+            if (Key(VALUE)) {
                 return met.Meet(BODY_VALUE) && Text(entry.value);
             }
-            return key == COMMIT && met.Meet(KEY_OF_COMMIT) && Flag(entry.commit);
+            return Key(COMMIT) && met.Meet(KEY_OF_COMMIT) && Flag(entry.commit);
         });
     }
 
