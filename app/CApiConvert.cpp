@@ -20,13 +20,16 @@ std::unique_ptr<tZeltoIndexPair[]> NewPairs(const std::vector<std::pair<int, int
 // The texts come from JSON and so hold no NUL.
 template <typename TParams>
 void StoreAll(tZeltoParamArray& array, const TParams& params) {
-    zeltoAppLibAllocateParamArray(&array, static_cast<std::uint32_t>(params.size()));
-    tZeltoParam* record = array.params;
+    std::unique_ptr<tZeltoParam[]> records = NewUnfilledArray<tZeltoParam>(params.size());
+    tZeltoParam* record = records.get();
     for (const auto& param : params) {
-        CopyIntoZeros(record->name, param.name);
-        CopyIntoZeros(record->value, param.value);
+        CopyTerminated(record->name, std::string_view(param.name));
+        CopyTerminated(record->value, std::string_view(param.value));
         ++record;
     }
+    const std::unique_ptr<tZeltoParam[]> earlier(array.params);
+    array.params = records.release();
+    array.count = static_cast<std::uint32_t>(params.size());
 }
 
 } // namespace

@@ -23,14 +23,26 @@ namespace zelto {
 using TAppParams = std::vector<TZeltoApplication::TZeltoAppParam>;
 using TIndexMap = std::unordered_map<std::string, std::vector<std::pair<int, int>>>;
 
-// An array in the form in which a record owns it. It is filled with zeros, so each text in it is terminated.
+// What fits into 31 bits of bytes: the limit of a 32-bit host, kept on every host.
 template <typename T>
-std::unique_ptr<T[]> NewArray(std::size_t count) {
-    // What fits into 31 bits of bytes: the limit of a 32-bit host, kept on every host.
+void RequireArraySize(std::size_t count) {
     if (count > 0x7FFFFFFFU / sizeof(T)) {
         throw std::bad_array_new_length();
     }
+}
+
+// An array in the form in which a record owns it. It is filled with zeros, so each text in it is terminated.
+template <typename T>
+std::unique_ptr<T[]> NewArray(std::size_t count) {
+    RequireArraySize<T>(count);
     return std::unique_ptr<T[]>(new T[count]());
+}
+
+// For who fills all of it: large arrays are worth one way through memory instead of two.
+template <typename T>
+std::unique_ptr<T[]> NewUnfilledArray(std::size_t count) {
+    RequireArraySize<T>(count);
+    return std::unique_ptr<T[]>(new T[count]);
 }
 
 // The array's names and values. `array.params` is not null.
