@@ -1,4 +1,5 @@
-// Events: from the sending until every listener has been called.
+// Events: from the sending until every listener has been called. A party hears its own events, too; raw
+// libdbus is measured without that and with it.
 //   zelto_bench_events emit ROUNDS COUNT         starts COUNT listeners of each kind; prints one JSON object
 //   zelto_bench_events library|raw FD            a listener that writes a byte to FD for each event
 #include "RawDBus.h"
@@ -9,6 +10,7 @@
 #include "zelto/ZeltoPlatformLib.h"
 
 #include <csignal>
+#include <thread>
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -17,6 +19,9 @@
 namespace {
 
 constexpr const char* RAW_MATCH = "type='signal',interface='com.example.Raw'";
+// A sender that hears itself is subscribed to this path.
+constexpr const char* HEARD_PATH = "/com/example/Heard";
+constexpr const char* HEARD_MATCH = "type='signal',interface='com.example.Raw',path='/com/example/Heard'";
 constexpr int EVENTS_IN_A_ROUND = 20;
 
 int pipeFd = -1;
@@ -92,7 +97,26 @@ private:
     int count;
 };
 
+DBusHandlerResult Ignore(DBusConnection* /*connection*/, DBusMessage* message, void* /*unused*/) {
+    const char* body = nullptr;
+    dbus_message_get_args(message, nullptr, DBUS_TYPE_STRING, &body, DBUS_TYPE_INVALID);
+    return DBUS_HANDLER_RESULT_HANDLED;
+}
+
+// Takes in the sender's own events on a connection and a thread of their own, as a party does.
+void HearOwnEvents() {
+    DBusConnection* const connection = bench::Connect();
+    dbus_connection_add_filter(connection, Ignore, nullptr, nullptr);
+    DBusError error = DBUS_ERROR_INIT;
+    dbus_bus_add_match(connection, HEARD_MATCH, &error);
+    std::thread([connection] {
+        while (dbus_connection_read_write_dispatch(connection, -1) != FALSE) {
+        }
+    }).detach();
+}
+
 int Emit(const char* program, int rounds, int count) {
+    dbus_threads_init_default();
     const TListeners rawListeners(program, "raw", count);
     const TListeners libraryListeners(program, "library", count);
     const tZeltoPlatformLibTable table{nullptr, 0, nullptr};
@@ -104,9 +128,9 @@ int Emit(const char* program, int rounds, int count) {
     const std::string body =
         "{\"DATA_MODEL_NAME\": \"" + bench::NameOf(7) + "\", \"DATA_MODEL_VALUE\": \"" + bench::VALUE + "\"}";
 
-    const auto sendRaw = [&] {
-        DBusMessage* const signal =
-            dbus_message_new_signal(bench::RAW_PATH, bench::RAW_INTERFACE, "DATA_MODEL_CHANGED");
+    HearOwnEvents();
+    const auto sendOn = [&](const char* path) {
+        DBusMessage* const signal = dbus_message_new_signal(path, bench::RAW_INTERFACE, "DATA_MODEL_CHANGED");
         bench::AppendText(signal, body);
         dbus_connection_send(raw, signal, nullptr);
         dbus_connection_flush(raw);
@@ -114,19 +138,24 @@ int Emit(const char* program, int rounds, int count) {
         rawListeners.AwaitAll();
         return true;
     };
+    const auto sendRaw = [&] { return sendOn(bench::RAW_PATH); };
+    const auto sendHeard = [&] { return sendOn(HEARD_PATH); };
     const auto sendLibrary = [&] {
         zeltoPlatformLibSendEvent(PLT_EVENT_DATA_MODEL_CHANGED, &event);
         libraryListeners.AwaitAll();
         return true;
     };
     bench::TSamples rawTimes;
+    bench::TSamples heardTimes;
     bench::TSamples libraryTimes;
     for (int round = 0; round < rounds; ++round) {
         std::fprintf(stderr, "\r  events to %d: round %d of %d", count, round + 1, rounds);
         bench::Measure(EVENTS_IN_A_ROUND, sendRaw, rawTimes);
+        bench::Measure(EVENTS_IN_A_ROUND, sendHeard, heardTimes);
         bench::Measure(EVENTS_IN_A_ROUND, sendLibrary, libraryTimes);
     }
-    std::printf("\n{\"raw\": %s, \"library\": %s}\n", rawTimes.Json().c_str(), libraryTimes.Json().c_str());
+    std::printf("\n{\"raw\": %s, \"heard\": %s, \"library\": %s}\n", rawTimes.Json().c_str(),
+                heardTimes.Json().c_str(), libraryTimes.Json().c_str());
     std::fflush(stdout);
     std::fputs("\n", stderr);
     std::_Exit(0); // the listeners die with this process
