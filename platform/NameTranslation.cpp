@@ -35,11 +35,14 @@ bool TNameSegments::Holds(std::string_view root) const {
     if (root.size() < 2 || root.back() != PATH_SEPARATOR) {
         return text.find(root) != std::string_view::npos;
     }
-    const char last = root[root.size() - 2];
     const char* const begin = text.data();
-    for (const std::size_t end : separators) {
-        const std::size_t size = end + 1;
-        if (size >= root.size() && begin[end - 1] == last &&
+    const char last = root[root.size() - 2];
+    for (const std::size_t* separator = separators.end(); separator != separators.begin();) {
+        const std::size_t size = *--separator + 1;
+        if (size < root.size()) {
+            break; // and those before it leave still less room
+        }
+        if (begin[size - 2] == last &&
             std::memcmp(begin + size - root.size(), root.data(), root.size()) == 0) {
             return true;
         }
