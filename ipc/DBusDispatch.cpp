@@ -118,8 +118,9 @@ void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {
         return;
     }
     DBusConnection* const server = current->server.get();
-    if (dbus_connection_get_dispatch_status(server) != DBUS_DISPATCH_DATA_REMAINS &&
-        !WaitForInput(*current, dispatching)) {
+    const DBusDispatchStatus status = dbus_connection_get_dispatch_status(server);
+    if (status != DBUS_DISPATCH_DATA_REMAINS &&
+        !WaitForInput(*current, dispatching, status == DBUS_DISPATCH_NEED_MEMORY)) {
         return;
     }
     current->client.Drain();
@@ -129,7 +130,7 @@ void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {
 }
 
 // False when the run was woken for another reason.
-bool TZeltoDBus::TPrivate::WaitForInput(TBusLink& dispatched, TRun& dispatching) const {
+bool TZeltoDBus::TPrivate::WaitForInput(TBusLink& dispatched, TRun& dispatching, bool lacksMemory) const {
     DBusConnection* const server = dispatched.server.get();
     pollfd polled[] = {{-1, POLLIN, 0}, {dispatching.GetWakeFd(), POLLIN, 0}};
     const int32_t drainMs = dispatched.client.IsBusy() ? BUSY_DRAIN_INTERVAL_MS : DRAIN_INTERVAL_MS;
@@ -141,7 +142,7 @@ bool TZeltoDBus::TPrivate::WaitForInput(TBusLink& dispatched, TRun& dispatching)
     if (dbus_connection_has_messages_to_send(server) != FALSE) {
         polled[0].events = POLLIN | POLLOUT;
     }
-    if (dbus_connection_get_dispatch_status(server) == DBUS_DISPATCH_NEED_MEMORY) {
+    if (lacksMemory) {
         polled[0].fd = -1; // what is there to read would end the wait at once
         timeoutMs = RETRY_INTERVAL_MS;
     }

@@ -84,7 +84,7 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     static void HandleMessage(TZeltoDBus& party, DBusConnection* connection, DBusMessage* message);
     void DispatchTurn(zelto::TRun& run);
     void WaitForLink(zelto::TRun& dispatching);
-    bool WaitForInput(zelto::TBusLink& dispatched, zelto::TRun& dispatching) const;
+    bool WaitForInput(zelto::TBusLink& dispatched, zelto::TRun& dispatching, bool lacksMemory) const;
 
     std::shared_ptr<TPrivate> self; // until Close
     // One thread at a time connects. Never held while a thread is waited for.
