@@ -138,10 +138,36 @@ def write_plots(bus, directory):
              [EVENT_TARGET if count in ("1", "50") else None for count in counts]))
 
 
+def told(results, bus):
+    """What the placeholders of the notes stand for."""
+    def measured(value, target=None, at_least=False):
+        return f"{value:.2f}" + (f" ({verdict(value, target, at_least)})" if target else "")
+
+    def events(count):
+        found = bus["events"][count]
+        return measured(found["library"]["p50"] / found["raw"]["p50"], EVENT_TARGET)
+
+    def threads(found):
+        return sum(found["threads"]["8"]) / sum(found["threads"]["1"])
+
+    startup, files = bus["startup"], results["files"]
+    values = {shape: measured(ratio(bus, shape), target) for shape, target in CALL_TARGETS.items()}
+    values.update(
+        event_1=events("1"), event_50=events("50"), threads=measured(threads(bus), 1.15, True),
+        threads_free=measured(threads(results["buses"]["dbus-daemon, free"]), 2.3, True),
+        beside=measured(bus["beside"]["beside"] / bus["beside"]["alone"], 0.9, True),
+        startup=measured((startup["library"]["p50"] - startup["bare"]["p50"]) / 1000, 1),
+        resident=measured((startup["library"]["resident"] - startup["bare"]["resident"]) / 1024, 1),
+        read=measured(files["read"] / files["cat"], FILE_TARGET), read_kept=measured(files["read"] / files["cat_to_memory"]))
+    return values
+
+
 def write(results, docs):
     bus = results["buses"][MAIN_BUS]
     found = results["machine"]
-    notes = (pathlib.Path(__file__).parent / "notes.md").read_text()
+    values = told(results, bus)
+    notes = re.sub(r"\{\{(\w+)\}\}", lambda name: values[name.group(1)],
+                   (pathlib.Path(__file__).parent / "notes.md").read_text())
     lines = ["# Measured speed", "",
              "Made by `bench/run`; the numbers behind it are in `bench/results.json`. Raw libdbus with ready-made texts of "
              "the same bytes is the floor. Rounds of all shapes are interleaved; a figure is the median, a ratio that of "
@@ -156,6 +182,6 @@ def write(results, docs):
         lines += [f"dbus-broker was left out: {results['no_broker']}.", ""]
     for name, other in results["buses"].items():
         if name != MAIN_BUS:
-            lines += [f"## Calls ({name})", "", *calls_table(other), ""]
+            lines += [f"## Calls ({name})", "", *calls_table(other), "", f"## Events ({name})", "", *events_table(other), ""]
     write_plots(bus, docs / "performance")
     (docs / "PERFORMANCE.md").write_text("\n".join(lines) + "\n" + notes)
