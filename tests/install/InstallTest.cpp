@@ -166,7 +166,8 @@ TEST_F(Install, GivesDevWhatProgramsAreBuiltWith) {
 
 TEST_F(Install, GivesToolsThePrograms) {
     EXPECT_THAT(FilesOf("tools"),
-                ElementsAre("bin/zelto", "bin/zelto-gateway", "bin/zelto-remoted", "share/man/man1/zelto.1"));
+                ElementsAre("bin/zelto", "bin/zelto-gateway", "bin/zelto-remoted",
+                            "share/bash-completion/completions/zelto", "share/man/man1/zelto.1"));
 }
 
 // The paths that the loader searches for what the file needs.

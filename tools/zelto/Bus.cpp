@@ -239,6 +239,7 @@ void Append(DBusMessage* message, const std::string& text) {
 
 void Append(DBusMessage* message, const std::vector<std::string>& texts) {
     std::vector<const char*> pointers;
+    pointers.reserve(texts.size());
     for (const std::string& text : texts) {
         pointers.push_back(text.c_str());
     }

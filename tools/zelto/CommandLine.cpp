@@ -48,6 +48,7 @@ void AddVerbs(CLI::App& app, TContext& context) {
     AddPartyVerbs(app, context);
     AddTraceVerb(app, context);
     AddDoctorVerb(app, context);
+    AddShellVerbs(app, context);
 }
 
 void Apply(const TFormatFlags& flags, TGlobals& globals) {
@@ -63,7 +64,7 @@ void Apply(const TFormatFlags& flags, TGlobals& globals) {
 
 int RunVerb(const TContext& context) {
     try {
-        const int code = TakeIdentity(context.globals, "");
+        const int code = context.takesIdentity ? TakeIdentity(context.globals, "") : EXIT_DONE;
         return code == EXIT_DONE ? context.run() : code;
     } catch (const std::exception& error) {
         PrintError(error.what());

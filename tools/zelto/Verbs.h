@@ -15,6 +15,8 @@ namespace tool {
 struct TContext {
     TGlobals globals;
     std::function<int()> run; // returns the exit code
+    // Whether the verb is to have the identity of --as when it runs.
+    bool takesIdentity = true;
 };
 
 void AddGetVerb(CLI::App& app, TContext& context);
@@ -27,6 +29,7 @@ void AddRemoteVerbs(CLI::App& app, TContext& context);
 void AddPartyVerbs(CLI::App& app, TContext& context);
 void AddTraceVerb(CLI::App& app, TContext& context);
 void AddDoctorVerb(CLI::App& app, TContext& context);
+void AddShellVerbs(CLI::App& app, TContext& context);
 
 } // namespace tool
 
