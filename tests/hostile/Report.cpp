@@ -76,7 +76,7 @@ TPhases MeasureCast(TCast cast, const std::string& attack, const TOptions& optio
     TPhases phases;
     (void)scene.Watch(options.calls / 10, WATCH_SECONDS); // warms up
     phases.quiet = scene.Watch(options.calls, WATCH_SECONDS);
-    scene.BeginAttack(attack);
+    scene.BeginAttack(attack, TPace::FLAT_OUT);
     phases.during = scene.Watch(options.calls, WATCH_SECONDS);
     scene.EndAttack();
     (void)scene.Watch(options.calls / 10, WATCH_SECONDS); // what was under way still comes

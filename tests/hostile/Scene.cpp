@@ -70,11 +70,12 @@ TScene::TScene(TCast chosenCast, int timeoutSeconds, int pauseUs) : cast(chosenC
     }
 }
 
-void TScene::BeginAttack(const std::string& name) {
-    neighbour = std::make_unique<TChildProcess>(
-        std::vector<std::string>{HOSTILE_NEIGHBOUR_PATH, name,
-                                 cast == TCast::CONTROL ? CONTROL_NAME : MANAGER_NAME},
-        Quietly(directory));
+void TScene::BeginAttack(const std::string& name, TPace pace) {
+    const std::string victim = cast == TCast::CONTROL ? CONTROL_NAME : MANAGER_NAME;
+    neighbour =
+        std::make_unique<TChildProcess>(std::vector<std::string>{HOSTILE_NEIGHBOUR_PATH, name, victim,
+                                                                 pace == TPace::PACED ? "paced" : "flat-out"},
+                                        Quietly(directory));
     if (!neighbour->WaitForOutput("attacking", START_TIME)) {
         throw std::runtime_error("the neighbour does not attack: " + neighbour->Errors());
     }

@@ -37,13 +37,16 @@ struct TSpan {
 // Who is attacked: zelto-gateway and its applications, or the like of them in libdbus alone.
 enum class TCast { LIBRARY, CONTROL };
 
+// As fast as a neighbour can, or never ahead of its victim.
+enum class TPace { FLAT_OUT, PACED };
+
 class TScene {
 public:
     // Everybody is at work when it returns. Throws std::runtime_error when somebody does not get there. The
     // attacks of a neighbour are on standard output, its own standard error is dropped.
     TScene(TCast chosenCast, int timeoutSeconds, int pauseUs);
 
-    void BeginAttack(const std::string& name);
+    void BeginAttack(const std::string& name, TPace pace);
     void EndAttack();
 
     // Waits until each application has made so many calls more, and tells of them. With a time-out in seconds
