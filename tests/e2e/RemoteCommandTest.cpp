@@ -74,6 +74,28 @@ TEST_F(RemoteCommand, SaysWhyThePeerRefused) {
     EXPECT_EQ(file.errors, Prefix() + "file ../x: the name leads out of the folder of files\n");
 }
 
+TEST_F(RemoteCommand, EndsWithSevenWhenSomeIsDone) {
+    auto get = Run({"get", "Device.X", SSID_1});
+    EXPECT_EQ(get.exitCode, 7);
+    EXPECT_EQ(get.output, SSID_1 + "=Ulmet\n");
+    EXPECT_EQ(get.errors, Prefix() + "get Device.X: refused by the manager\n");
+    auto set = Run({"set", SSID_1 + "=x", "Device.X=1", "Device.Y=1"});
+    EXPECT_EQ(set.exitCode, 7);
+    EXPECT_EQ(set.output, "");
+    EXPECT_EQ(set.errors, Prefix() + "set Device.X: this parameter may not be set from here\n" + Prefix() +
+                              "set Device.WiFi.SSID.1.SSID: done\n" + Prefix() + "set Device.Y: not tried\n");
+}
+
+TEST_F(RemoteCommand, PrintsJson) {
+    const std::string entry = R"({"NAME": "Device.WiFi.SSID.1.SSID", "VALUE": ")";
+    EXPECT_EQ(Run({"-j", "get", SSID_1}).output, "{\"PARAMS\": [\n" + entry + "Ulmet\"}\n]}\n");
+    EXPECT_EQ(Run({"-J", "set", SSID_1 + "=x"}).output, entry + "x\"}\n");
+    directory.Write("file", "content");
+    EXPECT_EQ(Run({"-j", "file", "file", "-o", directory.File("copy")}).output,
+              R"({"FILE_NAME": "file", "SIZE": 7})"
+              "\n");
+}
+
 TEST_F(RemoteCommand, EndsWithTwoWhenItIsWrong) {
     const std::vector<std::vector<std::string>> lines = {{"remote"},
                                                          {"remote", "127.0.0.1"},

@@ -51,6 +51,9 @@ TExchange NewExchange(const TRemoteOptions& options, const std::string& verb, co
     return exchange;
 }
 
+// A thread still waits for a peer that did not answer in time.
+bool isThreadLeft = false;
+
 void Perform(const std::string& host, TExchange& exchange) {
     std::string answer;
     exchange.isConnected = TZeltoApplication::GetInstance().PerformRemoteRequest(
@@ -98,7 +101,8 @@ int Run(const TGlobals& globals, const TRemoteOptions& options, TExchange& excha
                              " s");
     if (!PerformInTime(globals.timeoutSeconds, options.host, exchange)) {
         PrintError(exchange.what + ": no answer within " + std::to_string(globals.timeoutSeconds) + " s");
-        std::_Exit(EXIT_TIME_OUT); // past what the thread still uses
+        isThreadLeft = true;
+        return EXIT_TIME_OUT;
     }
     return Explain(exchange);
 }
@@ -127,9 +131,12 @@ TExchange NewSet(const TRemoteOptions& options, const TParam& param) {
     return exchange;
 }
 
-void TellDone(const TRemoteOptions& options, const TParams& params, size_t count) {
-    for (size_t i = 0; i < count; ++i) {
-        PrintError("remote " + options.host + " set " + params[i].name + ": done");
+void TellOthers(const TRemoteOptions& options, const TParams& params, size_t failed) {
+    for (size_t i = 0; i < params.size(); ++i) {
+        if (i != failed) {
+            PrintError("remote " + options.host + " set " + params[i].name +
+                       (i < failed ? ": done" : ": not tried"));
+        }
     }
 }
 
@@ -144,7 +151,7 @@ int RunSet(const TGlobals& globals, const TRemoteOptions& options) {
         TExchange exchange = NewSet(options, params[i]);
         const int code = Run(globals, options, exchange);
         if (code != EXIT_DONE) {
-            TellDone(options, params, i);
+            TellOthers(options, params, i);
             return output.Finish(i == 0 ? code : int{EXIT_PARTLY_DONE});
         }
         (void)output.Add(ParamEntry(params[i]));
@@ -189,11 +196,19 @@ std::string CheckHost(const std::string& host) {
 
 using TRunVerb = int (*)(const TGlobals&, const TRemoteOptions&);
 
+int RunToTheEnd(TRunVerb run, const TGlobals& globals, const TRemoteOptions& options) {
+    const int code = run(globals, options);
+    if (isThreadLeft) {
+        std::_Exit(code); // past what the thread still uses
+    }
+    return code;
+}
+
 CLI::App* AddVerb(CLI::App& remote, TContext& context, const std::shared_ptr<TRemoteOptions>& options,
                   const std::pair<const char*, const char*>& nameAndHelp, TRunVerb run) {
     CLI::App* verb = remote.add_subcommand(nameAndHelp.first, nameAndHelp.second);
     verb->callback([&context, options, run] {
-        context.run = [&context, options, run] { return run(context.globals, *options); };
+        context.run = [&context, options, run] { return RunToTheEnd(run, context.globals, *options); };
     });
     return verb;
 }
