@@ -176,3 +176,9 @@ TEST_F(Draining, LosesNoAnswerOfConcurrentCallers) {
     isOver = true;
     flood.get();
 }
+
+// Otherwise a few hundred messages would use up every descriptor of the process.
+TEST_F(Draining, TakesInAtMost64FilesAtATime) {
+    EXPECT_EQ(64, dbus_connection_get_max_received_unix_fds(caller.serverConnection));
+    EXPECT_EQ(64, dbus_connection_get_max_received_unix_fds(caller.clientConnection));
+}

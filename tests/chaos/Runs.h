@@ -19,7 +19,7 @@ TFindings RunRestarts(const TWorldOptions& options, unsigned times);
 TFindings RunCalls(const TWorldOptions& options, uint32_t calls);
 
 // Sanitizers keep what was freed, so the resident set says nothing with them.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZELTO_SANITIZED
 constexpr bool MEMORY_COUNTS = false;
 #else
 constexpr bool MEMORY_COUNTS = true;

@@ -18,7 +18,7 @@ constexpr int WATCH_SECONDS = 120;
 // The attacks are paced: a flood that is faster than the gateway fills the queues of the bus, which then
 // refuses everybody's calls. How fast that is depends on the machine.
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef ZELTO_SANITIZED
 constexpr bool MEMORY_COUNTS = false; // they keep what was freed
 constexpr uint32_t CALLS = 50;        // of each application in each phase
 #else
