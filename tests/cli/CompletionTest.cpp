@@ -75,6 +75,13 @@ TEST(CompletionWithoutBus, OffersWhatNeedsNone) {
     EXPECT_EQ(RunZelto({"complete", "--"}).exitCode, 0);
 }
 
+TEST(CompletionOfNoText, EndsAsARequestDoes) {
+    TGateway gateway;
+    const auto result = RunZelto({"complete", "--", "get", "Device.\xff."});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.errors, "zelto: cannot be sent, since it is not UTF-8: Device.\xff.\n");
+}
+
 TEST(CompletionOfBash, OffersWhatTheCommandOffers) {
     TGateway gateway;
     EXPECT_EQ(OffersOfBash({"se"}), "set\nsetobj\n");

@@ -113,3 +113,13 @@ TEST(ShellSession, EndsOnTermination) {
     (void)kill(session.Pid(), SIGTERM);
     EXPECT_EQ(session.WaitForExit(), 143);
 }
+
+TEST(ShellSession, SurvivesAWordThatCannotBeAskedFor) {
+    TGateway gateway;
+    TSession session({"sh"});
+    ASSERT_TRUE(session.WaitFor(PROMPT));
+    session.Type(std::string("get Device.\xc3\x9c.") + TAB + CONTROL_C);
+    ASSERT_TRUE(session.WaitFor(PROMPT));
+    session.Type(GET_1);
+    EXPECT_TRUE(session.WaitFor("\r\nUlmet\r\n")) << session.Screen();
+}

@@ -1,12 +1,14 @@
 #include "ChildLine.h"
 
 #include "ExitCodes.h"
+#include "Output.h"
 
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <exception>
 #include <sstream>
 #include <system_error>
 
@@ -68,6 +70,16 @@ private:
     sigset_t before = {};
 };
 
+// Nothing may be thrown past it: the child would go on as a second shell.
+int RunGuarded(const std::function<int()>& work) {
+    try {
+        return work();
+    } catch (const std::exception& error) {
+        PrintError(error.what());
+        return EXIT_RUN_TIME;
+    }
+}
+
 // The child has the writing end of the pipe and only closes it by ending.
 pid_t Start(std::unique_ptr<TStopSignal>& stop, const std::function<int()>& work, TPipe& pipe,
             bool isCaptured) {
@@ -86,7 +98,7 @@ pid_t Start(std::unique_ptr<TStopSignal>& stop, const std::function<int()>& work
         (void)dup2(pipe.writer.value, STDOUT_FILENO); // what is lost if it fails is not worth a message
     }
     pause.reset();
-    std::exit(work());
+    std::exit(RunGuarded(work));
 }
 
 int WaitFor(pid_t child) {
