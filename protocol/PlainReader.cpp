@@ -95,16 +95,15 @@ private:
         return true;
     }
 
-    // A key that is looked for, and the colon behind it: in a list, where there are few keys but many of
-    // them.
-    bool Key(std::string_view key) {
+    // Takes a key if it is this one: in a list, where there are few keys but many of them.
+    bool TakeKey(std::string_view key) {
         const auto left = static_cast<std::size_t>(end - position);
         if (left < key.size() + 2 || position[0] != '"' || position[key.size() + 1] != '"' ||
             std::memcmp(position + 1, key.data(), key.size()) != 0) {
             return false;
         }
         position += key.size() + 2;
-        return Take(':');
+        return true;
     }
 
     bool Flag(bool& flag) {
@@ -160,13 +159,13 @@ private:
         TKeysMet met;
         return Sequence('{', '}', [&] {
             SkipBlanks();
-            if (Key(NAME)) {
-                return met.Meet(BODY_NAME) && Text(entry.name);
+            if (TakeKey(NAME)) {
+                return met.Meet(BODY_NAME) && Take(':') && Text(entry.name);
             }
-            if (Key(VALUE)) {
-                return met.Meet(BODY_VALUE) && Text(entry.value);
+            if (TakeKey(VALUE)) {
+                return met.Meet(BODY_VALUE) && Take(':') && Text(entry.value);
             }
-            return Key(COMMIT) && met.Meet(KEY_OF_COMMIT) && Flag(entry.commit);
+            return TakeKey(COMMIT) && met.Meet(KEY_OF_COMMIT) && Take(':') && Flag(entry.commit);
         });
     }
 

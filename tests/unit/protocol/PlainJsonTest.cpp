@@ -26,6 +26,8 @@ const char* const BODIES[] = {
     R"({"PARAMS": [], "PARAMS": [{"NAME": "a"}]})",
     R"({"PARAMS": [{"NAME": "a", "NAME": 5}]})",
     R"({"PARAMS": [{"NAME ": "a"}, {"NAM": "b"}, {"NAMES": "c"}, {" NAME": "d"}, {NAME": "e"}, {"NAME: "f"}]})",
+    R"({"PARAMS": [{"NAME""VALUE": "a"}]})",
+    R"({"PARAMS": [{"NAME" "COMMIT": true}]})",
     R"({"PARAMS": [{ "NAME" : "a" , "VALUE"  :"b"}, {"NAME)",
     R"({"NAME": "\ud83d\ude00\n"})",
     R"({"NAME": "a\u0000b"})",
