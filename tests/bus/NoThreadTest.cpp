@@ -1,0 +1,92 @@
+// The process can have no more threads.
+
+#include "BusParty.h"
+
+#include "support/BusEnvironment.h"
+#include "support/Eventually.h"
+#include "support/LogSpy.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <stdexcept>
+
+#include <pthread.h>
+
+using namespace busparty;
+using namespace support;
+
+namespace {
+
+const bool BUS_READY = TBusEnvironment::Register();
+
+// There is no room for the stack of another thread.
+class TNoThreads {
+public:
+    TNoThreads() {
+        (void)pthread_getattr_default_np(&former);
+        pthread_attr_t impossible;
+        (void)pthread_attr_init(&impossible);
+        (void)pthread_attr_setstacksize(&impossible, std::numeric_limits<std::size_t>::max() / 4 & ~0xFFFFUL);
+        (void)pthread_setattr_default_np(&impossible);
+        (void)pthread_attr_destroy(&impossible);
+    }
+    ~TNoThreads() {
+        (void)pthread_setattr_default_np(&former);
+        (void)pthread_attr_destroy(&former);
+    }
+    TNoThreads(const TNoThreads&) = delete;
+    TNoThreads& operator=(const TNoThreads&) = delete;
+
+private:
+    pthread_attr_t former;
+};
+
+class NoThread : public testing::Test {
+protected:
+    bool CanCall(const std::string& identity) {
+        TZeltoIpc::TMethodSettings settings{identity, 10};
+        std::string result;
+        try {
+            return caller.CallMethod("ECHO", "request", result, settings) == 0;
+        } catch (const std::runtime_error&) {
+            return false;
+        }
+    }
+
+    bool CanSendEvent() {
+        try {
+            caller.SendEvent("E", "data");
+            return true;
+        } catch (const std::runtime_error&) {
+            return false;
+        }
+    }
+
+    TServingParty server{"SERVER"};
+    TAccessParty caller;
+};
+
+TEST_F(NoThread, ForGettingTheBusBackIsLoggedAndAskedForAgain) {
+    ASSERT_TRUE(BUS_READY);
+    ASSERT_TRUE(CanCall("SERVER"));
+    TBusEnvironment::Bus().Kill();
+    {
+        const TNoThreads none;
+        EXPECT_TRUE(Eventually([this] { return !CanSendEvent(); }));
+        EXPECT_TRUE(LogSpy::WaitForPart(3, "Resource temporarily unavailable"));
+    }
+    TBusEnvironment::Bus().Restart();
+    EXPECT_TRUE(Eventually([this] { return CanCall("SERVER"); }));
+}
+
+TEST_F(NoThread, ForServingUnderANewNameLeavesItToTheNextInit) {
+    {
+        const TNoThreads none;
+        EXPECT_THROW(server.party.Init("NEW"), std::runtime_error);
+    }
+    server.party.Init("NEW");
+    EXPECT_TRUE(CanCall("NEW"));
+}
+
+} // namespace
