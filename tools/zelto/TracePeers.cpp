@@ -53,15 +53,26 @@ void TTracePeers::Go(const std::string& uniqueName) {
     }
 }
 
-void TTracePeers::TakeAnswer(TEntry& entry) {
+// A party has two connections: if the process has ended by now, the answer about the other one may have been
+// in time.
+std::string TTracePeers::NameOf(uint32_t process) const {
+    std::string name = ProcessName(process);
+    for (auto at = entries.begin(); name.empty() && at != entries.end(); ++at) {
+        name = at->second.peer.process == process ? at->second.peer.processName : "";
+    }
+    return name;
+}
+
+void TTracePeers::TakeAnswer(TEntry& entry) const {
     if (entry.question == nullptr || dbus_pending_call_get_completed(entry.question) == 0) {
         return;
     }
     TMessage answer(dbus_pending_call_steal_reply(entry.question));
     Drop(entry.question);
     entry.question = nullptr;
-    entry.peer.process = FirstNumber(answer.get()); // 0 from an error: it has left
-    entry.peer.processName = ProcessName(entry.peer.process);
+    uint32_t process = FirstNumber(answer.get()); // 0 from an error: it has left
+    entry.peer.processName = process == 0 ? "" : NameOf(process);
+    entry.peer.process = process;
 }
 
 void TTracePeers::Collect() {

@@ -37,7 +37,8 @@ private:
         DBusPendingCall* question = nullptr; // null once it is answered
     };
 
-    static void TakeAnswer(TEntry& entry);
+    void TakeAnswer(TEntry& entry) const;
+    std::string NameOf(uint32_t process) const;
 
     TBus bus;
     std::unordered_map<std::string, TEntry> entries;
