@@ -39,6 +39,17 @@ std::string ErrorOf(TBody&& body) {
 
 } // namespace
 
+// Texts that cannot be documents are not given to jansson; those that can be must be told from them as it
+// does.
+TEST(ParseDocument, TakesForADocumentWhatJanssonDoes) {
+    for (const char* const text :
+         {"", " ", "x", "null", "7", "\"text\"", "}", "\f{}", "\v[]", "\xEF\xBB\xBF{}", "//{}", "{", "{}",
+          "[]", " {}", "\t\r\n [1]", "{}x", "[] "}) {
+        const TJsonHandle known(json_loads(text, 0, nullptr));
+        EXPECT_EQ(zelto::ParseDocument(text) != nullptr, known != nullptr) << "'" << text << "'";
+    }
+}
+
 TEST(TextOf, ReadsAString) {
     EXPECT_EQ(zelto::TextOf(Parsed(VALUES).get(), "text"), "a");
 }
