@@ -92,6 +92,13 @@ tZeltoObjectRequest objectRequest;
 tZeltoObjectIdsRequest idsRequest;
 tZeltoLongParamRequest longRequest;
 
+// For ARM the compiler leaves room for a word before an array, needed or not, and refuses more by itself.
+#ifdef __arm__
+constexpr std::uint32_t LARGEST_IDS = ZELTO_MAX_IDS - 1;
+#else
+constexpr std::uint32_t LARGEST_IDS = 536870911;
+#endif
+
 std::vector<TAllocation> Allocations() {
     return {
         {"ParamArray", sizeof(tZeltoParam), 4194303,
@@ -107,7 +114,7 @@ std::vector<TAllocation> Allocations() {
          [](std::uint32_t count) { zeltoAppLibAllocateObjectRequest(&objectRequest, count); },
          [] { zeltoAppLibReleaseObjectRequest(&objectRequest); },
          [] { return objectRequest.paramArray.params; }, [] { return objectRequest.paramArray.count; }},
-        {"ObjectIdsRequest", sizeof(std::int32_t), 536870911,
+        {"ObjectIdsRequest", sizeof(std::int32_t), LARGEST_IDS,
          [](std::uint32_t count) { zeltoAppLibAllocateObjectIdsRequest(&idsRequest, count); },
          [] { zeltoAppLibReleaseObjectIdsRequest(&idsRequest); }, [] { return idsRequest.ids; },
          [] { return idsRequest.count; }},

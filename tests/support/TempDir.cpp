@@ -8,13 +8,21 @@
 
 namespace support {
 
-// Always below /tmp: the path of a unix socket has only 108 bytes, which a long TMPDIR would use up.
-TTempDir::TTempDir() {
-    char pattern[] = "/tmp/zelto-test-XXXXXX";
-    if (mkdtemp(pattern) == nullptr) {
-        throw std::runtime_error("no directory below /tmp");
+namespace {
+
+// Not TMPDIR: the path of a unix socket has only 108 bytes, which a long one would use up.
+#ifdef ZELTO_EMULATED
+constexpr char PATTERN[] = "/dev/shm/zelto-test-XXXXXX";
+#else
+constexpr char PATTERN[] = "/tmp/zelto-test-XXXXXX";
+#endif
+
+} // namespace
+
+TTempDir::TTempDir() : path(PATTERN) {
+    if (mkdtemp(path.data()) == nullptr) {
+        throw std::runtime_error("no directory like " + path);
     }
-    path = pattern;
 }
 
 TTempDir::~TTempDir() {
