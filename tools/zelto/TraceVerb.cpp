@@ -12,12 +12,15 @@
 #include <memory>
 
 #include <poll.h>
+#include <sys/resource.h>
 
 namespace tool {
 
 namespace {
 
 using TClock = std::chrono::steady_clock;
+
+constexpr int HIGH_PRIORITY = -15;
 
 struct TTraceOptions {
     std::vector<std::string> patterns; // none for everything
@@ -53,6 +56,9 @@ private:
 };
 
 int TTrace::Run() {
+    // On a busy machine who a short command was is known only to those who ask at once. Others than root may
+    // not.
+    (void)setpriority(PRIO_PROCESS, 0, HIGH_PRIORITY);
     monitor.BecomeMonitor(TTraceReader::Rules());
     // Whoever comes while these are listed has been seen by the monitor already.
     peers = std::make_unique<TTracePeers>();
