@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <fstream>
 #include <iomanip>
@@ -154,7 +155,11 @@ int Run(int argc, char** argv) {
     const std::string table = Report(rows, options);
     std::cout << table;
     if (!options.report.empty()) {
-        std::ofstream(options.report) << "# A hostile neighbour\n\n" << table;
+        double load = 0;
+        (void)getloadavg(&load, 1); // stays 0 if it is not known
+        std::ofstream(options.report) << "# A hostile neighbour\n\nWritten by `bench/hostile`; load average "
+                                      << load << " at the end. Ratios on a busy machine say little.\n\n"
+                                      << table;
     }
     return std::all_of(rows.begin(), rows.end(), [](const TRow& row) { return row.IsGood(); }) ? 0 : 1;
 }
