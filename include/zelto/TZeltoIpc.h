@@ -65,7 +65,8 @@ public:
     ~TZeltoIpc() override;
     // Takes the local party's identity; the transport connects and names the party. Letters, digits and '_',
     // not beginning with a digit, at most 200 characters. Throws std::runtime_error when the bus refuses or
-    // the identity is not valid; the party is then as it was before.
+    // the identity is not valid; the party is then as it was before. A running party whose threads cannot be
+    // started again, for want of memory or of threads, is silent until the next Init, under whatever name.
     virtual void Init(const std::string& localIdentity);
     // Starts the dispatch threads and returns.
     virtual void Run();
