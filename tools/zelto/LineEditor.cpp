@@ -72,7 +72,8 @@ TLineEditor::TLineEditor(const std::string& shownPrompt, const TCompleter& compl
     (void)el_set(editor.get(), EL_EDITOR, "emacs");
     (void)el_set(editor.get(), EL_HIST, ::history, history.get());
     (void)el_set(editor.get(), EL_GETCFN, ReadCharacter);
-    (void)el_set(editor.get(), EL_ADDFN, "complete-word", "Complete the word", CompleteWord);
+    // Of narrow texts libedit makes copies that it never frees.
+    (void)el_wset(editor.get(), EL_ADDFN, L"complete-word", L"Complete the word", CompleteWord);
     (void)el_set(editor.get(), EL_BIND, "^I", "complete-word", nullptr);
     (void)el_set(editor.get(), EL_BIND, "^R", "em-inc-search-prev", nullptr);
 }
