@@ -9,12 +9,63 @@
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <iterator>
 
 namespace tool {
 
 namespace {
 
 constexpr int LONGEST_TIMEOUT = 86400;
+
+// CLI11 takes some arguments apart: it reads "[a,b]" as two and "++" as none. Here an argument stands for
+// itself, so one that begins like those is masked while CLI11 looks at it.
+constexpr char MASK = '\x01';
+constexpr char MASKED_BEGINNINGS[] = {'[', '{', '+', MASK};
+
+bool IsMaskedBeginning(char c) {
+    return std::find(std::begin(MASKED_BEGINNINGS), std::end(MASKED_BEGINNINGS), c) !=
+           std::end(MASKED_BEGINNINGS);
+}
+
+std::string Mask(const std::string& argument) {
+    return IsMaskedBeginning(argument[0]) ? MASK + argument : argument;
+}
+
+// What stands behind the "=" of an option has not been masked.
+std::string Unmask(const std::string& argument) {
+    return argument[0] == MASK && IsMaskedBeginning(argument[1]) ? argument.substr(1) : argument;
+}
+
+void UnmaskValues(CLI::App& app) {
+    for (CLI::Option* const option : app.get_options()) {
+        option->transform(Unmask);
+    }
+    for (CLI::App* const verb : app.get_subcommands([](CLI::App* /*any*/) { return true; })) {
+        UnmaskValues(*verb);
+    }
+}
+
+// It takes them from the end.
+std::vector<std::string> ForParser(const std::vector<std::string>& arguments) {
+    std::vector<std::string> reversed;
+    std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed), Mask);
+    return reversed;
+}
+
+// What was not expected tells more than what is missing in its place.
+std::string Explain(const CLI::App& app, const CLI::ParseError& error) {
+    const std::vector<std::string> extras = app.remaining(true);
+    const auto kind = static_cast<CLI::ExitCodes>(error.get_exit_code());
+    if (extras.empty() || (kind != CLI::ExitCodes::RequiredError && kind != CLI::ExitCodes::ExtrasError)) {
+        return error.what();
+    }
+    std::string text = extras.size() == 1 ? "The following argument was not expected:"
+                                          : "The following arguments were not expected:";
+    for (const std::string& extra : extras) {
+        text += " " + Unmask(extra);
+    }
+    return text;
+}
 
 struct TFormatFlags {
     bool isDocument = false;
@@ -81,13 +132,13 @@ int RunLine(const std::vector<std::string>& arguments, const TGlobals& defaults)
     CLI::App app("Reads, writes and watches the data model of a gateway.", "zelto");
     AddGlobalOptions(app, context.globals, flags);
     AddVerbs(app, context);
+    UnmaskValues(app);
     try {
-        app.parse(
-            std::vector<std::string>(arguments.rbegin(), arguments.rend())); // it takes them from the end
+        app.parse(ForParser(arguments));
     } catch (const CLI::Success& helpOrVersion) {
         return app.exit(helpOrVersion);
     } catch (const CLI::ParseError& error) {
-        PrintError(std::string(error.what()) + " (--help tells more)");
+        PrintError(Explain(app, error) + " (--help tells more)");
         return EXIT_USAGE;
     }
     Apply(flags, context.globals);
