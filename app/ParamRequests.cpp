@@ -17,9 +17,14 @@ zelto::TJsonHandle TakeObject(json_t* element) {
     return zelto::TJsonHandle(json_is_object(element) ? json_incref(element) : json_object());
 }
 
-// Fails without memory, and for a document that is no object.
+// Clearing what is empty changes nothing, and tells an object from other documents.
+bool IsObject(TZeltoJsonObject& document) {
+    return !document.IsEmpty() || document.Clear();
+}
+
+// Fails without memory. A document that is no object has no properties and stays as it is.
 void SetParams(TZeltoJsonObject& document, zelto::TJsonHandle entries) {
-    if (document.SetJsonObject(zelto::KEY_PARAMS, entries.release()) != 0) {
+    if (document.SetJsonObject(zelto::KEY_PARAMS, entries.release()) != 0 && IsObject(document)) {
         throw std::runtime_error("cannot set the key PARAMS");
     }
 }

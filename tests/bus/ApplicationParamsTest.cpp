@@ -72,6 +72,14 @@ TEST_F(ParamRequests, GetParamSetsNullInAnObjectWhenNoneIsReturned) {
     }
 }
 
+TEST_F(ParamRequests, GetParamSucceedsForADocumentThatIsNoObjectAndLeavesIt) {
+    manager.Answer(R"({"PARAMS": [{"NAME": "A", "VALUE": "1"}]})");
+    TZeltoJsonObject result;
+    ASSERT_FALSE(result.DecodeFromString("not json"));
+    EXPECT_EQ(app.GetParam("Device.A", result), 0);
+    EXPECT_EQ(result.EncodeToString(), "");
+}
+
 TEST_F(ParamRequests, SetParamSendsTheFlagAsABoolean) {
     EXPECT_EQ(app.SetParam("Device.A", "1", false), 0);
     EXPECT_EQ(app.SetParam("Device.A", "\"\\\xc3\xbc\n", true), 0);

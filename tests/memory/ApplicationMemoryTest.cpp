@@ -103,9 +103,15 @@ TEST_F(ApplicationWithoutMemory, GetsParams) {
     });
 }
 
+// One that was made without memory is no object, and would stay as it is.
+TZeltoJsonObject NewDocument() {
+    const memory::TSpared own;
+    return {};
+}
+
 TEST_F(ApplicationWithoutMemory, GetsADocument) {
     Examine(PARAMS, [] {
-        TZeltoJsonObject document;
+        TZeltoJsonObject document = NewDocument();
         const int code = App().GetParam(NAME, document);
         return Written(code, document.GetJsonArraySize("PARAMS") == 2 ? "both" : "");
     });

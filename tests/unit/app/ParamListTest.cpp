@@ -53,6 +53,15 @@ TEST(ParamArrayToJson, KeepsTheOtherKeys) {
     EXPECT_EQ(body.EncodeToString(), R"({"ROOT": "Device.", "PARAMS": null})");
 }
 
+TEST(ParamArrayToJson, LeavesADocumentThatIsNoObjectAsItIs) {
+    for (const char* document : {"not json", "[]", "[1]"}) {
+        TZeltoJsonObject body = Decoded(document);
+        const std::string before = body.EncodeToString();
+        EXPECT_NO_THROW(App().ParamArrayToJson({{"Device.A", "1"}}, body)) << document;
+        EXPECT_EQ(body.EncodeToString(), before);
+    }
+}
+
 TEST(ParamArrayToJson, RaisesWithTheNameOfAParameterWhoseValueIsNotUtf8) {
     TZeltoJsonObject body;
     try {
