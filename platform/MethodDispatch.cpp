@@ -25,8 +25,10 @@ constexpr int SUCCESS = 0;
 constexpr int FAILURE = -1;
 constexpr std::string_view DEFAULT_OBJECT = "Device.";
 constexpr char MARK = '@';
-// Room for an entry with a name and a value of common length.
+// Room for an entry with a name and a value of common length. A request may be refused at its first name, so
+// room for a longer list than this is made once it is needed.
 constexpr std::size_t TYPICAL_ENTRY_SIZE = 80;
+constexpr std::size_t LONG_LIST = 4096;
 
 struct TFree {
     void operator()(void* memory) const { std::free(memory); }
@@ -147,7 +149,7 @@ int SetLongParam(const TMessageBody& request, TPlainWriter&) {
 }
 
 int GetParamArray(const TMessageBody& request, TPlainWriter& answer) {
-    answer.Reserve(request.Params().size() * TYPICAL_ENTRY_SIZE);
+    answer.Reserve(std::min(request.Params().size(), LONG_LIST) * TYPICAL_ENTRY_SIZE);
     answer.BeginList(KEY_PARAMS);
     std::string name;
     for (const TBodyEntry& entry : request.Params()) {

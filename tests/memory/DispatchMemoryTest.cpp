@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <string_view>
 
 using memory::TWithoutMemory;
 
@@ -117,6 +118,19 @@ INSTANTIATE_TEST_SUITE_P(
         TMethodRequest{"DELETE_OBJECT_INSTANCE", R"({"OBJ": "Device.WiFi.SSID\u002e1"})"},
         TMethodRequest{"GET_OBJECT_INSTANCES", R"({"OBJ": "Device.WiFi.SSID"})"},
         TMethodRequest{"GET_INDEX_MAP", ""}));
+
+TEST_F(DispatchWithoutMemory, AsksForNoMoreMemoryThanTheRequestBeforeTheFirstNameIsServed) {
+    std::string list = R"({"PARAMS": [{"NAME": "Device.99999999999."})";
+    constexpr int ENTRIES = 100000;
+    for (int entry = 0; entry < ENTRIES; ++entry) {
+        list += R"(, {"NAME": "Device.A"})";
+    }
+    list += "]}";
+    memory::ResetLargest();
+    EXPECT_EQ("-1 ", Ask("GET_PARAM_ARRAY", list.c_str()));
+    // The list itself takes the size of two views and a flag for each entry, and room for as many again.
+    EXPECT_LT(memory::Largest(), ENTRIES * (2 * sizeof(std::string_view) + sizeof(void*)) * 3 / 2);
+}
 
 TEST_F(DispatchWithoutMemory, LoadsAnIndexMapWholeOrNotAtAll) {
     const support::TTempDir folder;

@@ -16,6 +16,7 @@ std::atomic<bool> armed{false};
 std::atomic<bool> keepsFailing{false};
 std::atomic<bool> failed{false};
 std::atomic<long> left{0}; // allocations before the one that fails
+std::atomic<std::size_t> largest{0};
 thread_local int spared = 0;
 
 bool Fails() {
@@ -30,7 +31,14 @@ bool Fails() {
     return true;
 }
 
+void NoteSize(std::size_t size) {
+    std::size_t known = largest;
+    while (known < size && !largest.compare_exchange_weak(known, size)) {
+    }
+}
+
 void* Allocate(std::size_t size) {
+    NoteSize(size);
     void* const block = Fails() ? nullptr : std::malloc(size);
     live += block != nullptr ? 1 : 0;
     return block;
@@ -69,6 +77,14 @@ void FailAt(std::size_t n, TFailure failure) {
 
 bool HasFailed() {
     return failed;
+}
+
+std::size_t Largest() {
+    return largest;
+}
+
+void ResetLargest() {
+    largest = 0;
 }
 
 bool Stop() {

@@ -18,6 +18,10 @@ void Install();
 // From now on the n-th allocation of any thread (from 1) fails.
 void FailAt(std::size_t n, TFailure failure);
 bool HasFailed();
+// The largest number of bytes that one allocation of operator new or jansson has asked for since it was
+// reset.
+std::size_t Largest();
+void ResetLargest();
 // Nothing fails any more. Returns whether something has.
 bool Stop();
 // Blocks that are allocated and not released, of all threads.
