@@ -92,19 +92,20 @@ bool TClientChannel::Send(DBusMessage* message, TClock::time_point deadline, con
     // One subscriber that does not read can make the bus stop reading for good. A bus that has taken nothing
     // since it was waited for in vain is not waited for again, or every event would take that long.
     const bool isHopeless =
-        stalled && dbus_connection_get_outgoing_size(connection.get()) >= stalledBytes.load();
+        IsStalled() && HasUnsent() && dbus_connection_get_outgoing_size(connection.get()) >= stalledBytes;
     if (!CanTakeMore() || dbus_connection_send(connection.get(), message, nullptr) == FALSE) {
         return false;
     }
-    if (HasUnsent()) {
-        TWaiter waiter{nullptr, {}};
-        NoteStall(isHopeless || !WaitUntilDone(waiter, deadline, run));
-    }
+    TWaiter waiter{nullptr, {}};
+    NoteStall(HasUnsent() && (isHopeless || !WaitUntilDone(waiter, deadline, run)));
     return !IsLost();
 }
 
 void TClientChannel::NoteStall(bool isStalled) {
-    stalledBytes = dbus_connection_get_outgoing_size(connection.get());
+    if (isStalled) {
+        stalledBytes = dbus_connection_get_outgoing_size(connection.get());
+        busy = true;
+    }
     stalled = isStalled;
 }
 

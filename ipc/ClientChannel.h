@@ -49,8 +49,10 @@ public:
     // Takes in, without waiting, what has arrived that nobody waits for, and sends what the bus did not take
     // before.
     void Drain();
-    // The last Drain has found something, or left something: more is likely to be done at once.
+    // The last Drain has found something, or something has been left: more is likely to be done at once.
     bool IsBusy() const { return busy; }
+    // A message did not leave in time. It leaves with later ones, or by a Drain.
+    bool IsStalled() const { return stalled; }
     // Makes every waiting thread look at its reasons to stop waiting.
     void WakeAll();
 

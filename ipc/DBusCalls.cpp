@@ -167,6 +167,8 @@ void TZeltoDBus::SendEvent(const std::string& eventName, const std::string& even
     const bool isSent = link->client.Send(event(), DeadlineAfter(EVENT_FLUSH_MS), run);
     if (link->client.IsLost()) {
         own->LoseLink(link);
+    } else if (link->client.IsStalled()) {
+        own->WakeDispatch();
     }
     if (!isSent) {
         Fail(SEND_FAILURE);

@@ -318,3 +318,10 @@ TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::TakeRun() {
     const std::lock_guard<std::mutex> lock(mutex);
     return std::exchange(run, nullptr);
 }
+
+void TZeltoDBus::TPrivate::WakeDispatch() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (run) {
+        run->Wake();
+    }
+}

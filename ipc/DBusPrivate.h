@@ -77,6 +77,8 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     TRunRef BeginRun();
     TRunRef GetRun();
     TRunRef TakeRun();
+    // An idle dispatch thread looks anew at what there is to do.
+    void WakeDispatch();
 
     zelto::TLinkPlan GetPlan();
 

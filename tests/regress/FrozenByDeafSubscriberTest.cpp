@@ -19,6 +19,8 @@ const std::string LARGE_TEXT(700U * 1024, 'x');
 constexpr int EVENTS = 20;
 // All of them at a second each would take longer, and one of them is not even near.
 constexpr std::chrono::seconds ENOUGH{10};
+// An idle dispatch thread looks every five seconds at what has not left.
+constexpr std::chrono::milliseconds SOON{3000};
 
 } // namespace
 
@@ -39,4 +41,13 @@ TEST(FrozenByDeafSubscriber, IsWaitedForOnceAndNotForEveryEvent) {
     for (int number = 0; number < EVENTS; ++number) {
         EXPECT_EQ(1U, serving.events.Count({"SMALL", std::to_string(number)})) << number;
     }
+}
+
+TEST(FrozenByDeafSubscriber, SendsWhatIsLeftAsSoonAsTheBusReadsAgain) {
+    ASSERT_TRUE(BUS_READY);
+    TServingParty serving("PARTY");
+    TBusEnvironment::Bus().Hang();
+    serving.party.SendEvent("LARGE", LARGE_TEXT);
+    TBusEnvironment::Bus().Resume();
+    EXPECT_TRUE(Eventually([&] { return serving.events.Count({"LARGE", LARGE_TEXT}) == 1; }, SOON));
 }
