@@ -138,3 +138,44 @@ TEST(RollBack, ThatFailsEndsWithSeven) {
                              "zelto: set A: does not have its old value again: refused by the manager\n"
                              "zelto: set: not everything is as it was\n");
 }
+
+// The list is written all the same.
+TEST(RollBack, HappensWhenNoAnswerComes) {
+    TRawPeer manager(TBusEnvironment::Bus().Address());
+    std::atomic<bool> isNew{false};
+    manager.Serve([&isNew](TRawPeer& peer, const TRawMessage& call) {
+        if (call.member == "SET_PARAM_ARRAY") {
+            isNew = true;
+            return;
+        }
+        if (call.member == "SET_PARAM") {
+            isNew = call.Text(0).find("old") == std::string::npos;
+        }
+        const std::string value = isNew ? "new" : "old";
+        peer.Reply(call, {R"({"PARAMS": [{"NAME": "A", "VALUE": ")" + value + "\"}]}", int32_t{0}});
+    });
+    ASSERT_NE(manager.OwnName(e2e::MANAGER_NAME), 0U);
+    const auto result = RunZelto({"-t", "1", "set", "--rollback", "A=new", "A=newer"});
+    EXPECT_EQ(result.exitCode, 5);
+    EXPECT_EQ(result.errors, "zelto: set A: no answer within 1 s\nzelto: set: everything is as it was\n");
+    EXPECT_FALSE(isNew);
+}
+
+TEST(RollBack, EndsWhenNobodyAnswersItsQuestions) {
+    TRawPeer manager(TBusEnvironment::Bus().Address());
+    manager.Serve([](TRawPeer& peer, const TRawMessage& call) {
+        if (call.member == "GET_PARAM_ARRAY") {
+            peer.Reply(call, {std::string(R"({"PARAMS": [{"NAME": "A", "VALUE": "old"},
+                                                         {"NAME": "B", "VALUE": "old"}]})"),
+                              int32_t{0}});
+        } else {
+            peer.ReplyError(call, "org.freedesktop.DBus.Error.NoReply", "it is gone");
+        }
+    });
+    ASSERT_NE(manager.OwnName(e2e::MANAGER_NAME), 0U);
+    const auto result = RunZelto({"set", "--rollback", "A=new", "B=new"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.errors, "zelto: set A: it is gone\n"
+                             "zelto: set B: it is not known whether it has its old value: it is gone\n"
+                             "zelto: set: it is not known what is written\n");
+}

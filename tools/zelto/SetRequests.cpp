@@ -85,19 +85,47 @@ int Report(const TGlobals& globals, const TParams& params, TProgress& progress) 
     return failed == 0 ? progress.code : int{EXIT_PARTLY_DONE};
 }
 
-// Sets one parameter to its old value, unless it has it. Returns whether it has it in the end.
-bool Restore(const TGlobals& globals, const TZeltoJsonObject& oldEntry, const TSetMode& mode) {
+// Sets one parameter to its old value, unless it has it.
+int Restore(const TGlobals& globals, const TZeltoJsonObject& oldEntry, const TSetMode& mode) {
     const TParam old{GetText(oldEntry, "NAME"), GetText(oldEntry, "VALUE")};
     const TAnswer now = Call(globals, {"GET_PARAM", NameEntry(old.name).EncodeToString()});
     const TObjects entries = GetList(Decode(now.text), "PARAMS");
     if (now.exitCode == EXIT_DONE && !entries.empty() && GetText(entries[0], "VALUE") == old.value) {
-        return true;
+        return EXIT_DONE;
+    }
+    if (!IsAboutParameters(now.exitCode)) {
+        PrintError("set " + old.name + ": it is not known whether it has its old value: " + now.reason);
+        return now.exitCode;
     }
     const TAnswer answer = SendOne(globals, old, mode);
     if (answer.exitCode != EXIT_DONE) {
         PrintError("set " + old.name + ": does not have its old value again: " + answer.reason);
     }
-    return answer.exitCode == EXIT_DONE;
+    return answer.exitCode;
+}
+
+// Returns whether all have their old values in the end. Does not ask a manager again that gives no answer.
+bool RestoreAll(const TGlobals& globals, const TObjects& old, const TSetMode& mode) {
+    bool isRestored = true;
+    for (auto entry = old.rbegin(); entry != old.rend(); ++entry) {
+        const int code = Restore(globals, *entry, mode);
+        isRestored = isRestored && code == EXIT_DONE;
+        if (!IsAboutParameters(code)) {
+            break;
+        }
+    }
+    return isRestored;
+}
+
+// A parameter without an answer may be written all the same.
+int RollBack(const TGlobals& globals, const TObjects& old, const TSetMode& mode, const TProgress& progress) {
+    if (RestoreAll(globals, old, mode)) {
+        PrintError("set: everything is as it was");
+        return progress.code;
+    }
+    const bool isKnown = IsAboutParameters(progress.code);
+    PrintError(isKnown ? "set: not everything is as it was" : "set: it is not known what is written");
+    return isKnown || progress.doneCount > 0 ? int{EXIT_PARTLY_DONE} : progress.code;
 }
 
 int SetOrRollBack(const TGlobals& globals, const TParams& params, const TSetMode& mode) {
@@ -112,16 +140,7 @@ int SetOrRollBack(const TGlobals& globals, const TParams& params, const TSetMode
         return EXIT_DONE;
     }
     PrintError("set " + params[progress.doneCount].name + ": " + progress.reason);
-    if (!IsAboutParameters(progress.code)) {
-        PrintError("set: it is not known what is written");
-        return progress.code;
-    }
-    const auto restored = std::count_if(old.rbegin(), old.rend(), [&](const TZeltoJsonObject& entry) {
-        return Restore(globals, entry, mode);
-    });
-    const bool isRestored = restored == static_cast<std::ptrdiff_t>(old.size());
-    PrintError(isRestored ? "set: everything is as it was" : "set: not everything is as it was");
-    return isRestored ? progress.code : int{EXIT_PARTLY_DONE};
+    return RollBack(globals, old, mode, progress);
 }
 
 int SetAndReport(const TGlobals& globals, const TParams& params, const TSetMode& mode, size_t& doneCount) {

@@ -54,7 +54,7 @@ void AddSetVerb(CLI::App& app, TContext& context) {
     CLI::Option* const isLong =
         set->add_flag("--long", options->mode.isLong, "Write values of any length, each by itself");
     CLI::Option* const rollback = set->add_flag("--rollback", options->mode.rollsBack,
-                                                "Set the old values again when one of the new is refused")
+                                                "Set the old values again when one of the new fails")
                                       ->excludes(isLong);
     set->add_flag("--dry-run", options->isDryRun, "Print what would change and change nothing")
         ->excludes(isLong)
