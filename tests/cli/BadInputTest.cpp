@@ -63,6 +63,13 @@ INSTANTIATE_TEST_SUITE_P(
                     TLine{"set", "--rollback", "--dry-run", "X=1"}, TLine{"remote", "localhost", "get", "X"},
                     TLine{"remote", "127.0.0.1", "sing"}, TLine{"-j", "remote", "127.0.0.1", "file", "X"}));
 
+// As of a variable of the shell that is not set.
+INSTANTIATE_TEST_SUITE_P(WithEmptyOptions, WrongLine,
+                         testing::Values(TLine{"get", "--long", "-o", "", "X"}, TLine{"set", "-f", "", "X=1"},
+                                         TLine{"--bus", "", "get", "X"},
+                                         TLine{"remote", "127.0.0.1", "file", "-o", "", "X"},
+                                         TLine{"doctor", "--index-map", ""}));
+
 INSTANTIATE_TEST_SUITE_P(WithWrongAssignments, WrongLine,
                          testing::Values(TLine{"set", "X"}, TLine{"set", "=1"}, TLine{"set", ""},
                                          TLine{"set", "A=1", "B"}, TLine{"set", "A=-", "B=-"},

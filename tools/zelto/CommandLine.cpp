@@ -72,6 +72,10 @@ struct TFormatFlags {
     bool isLines = false;
 };
 
+std::string CheckAddress(const std::string& address) {
+    return address.empty() ? "the address is empty" : "";
+}
+
 void AddGlobalOptions(CLI::App& app, TGlobals& globals, TFormatFlags& flags) {
     app.set_version_flag("--version", "zelto " ZELTO_VERSION);
     CLI::Option* const document = app.add_flag("-j,--json", flags.isDocument, "Print one JSON document");
@@ -82,7 +86,8 @@ void AddGlobalOptions(CLI::App& app, TGlobals& globals, TFormatFlags& flags) {
         ->capture_default_str();
     app.add_option("--as", globals.identity, "Identity to be on the bus under (default: none)")
         ->check(CheckIdentity);
-    app.add_option("--bus", globals.busAddress, "Address of the bus (default: the system bus)");
+    app.add_option("--bus", globals.busAddress, "Address of the bus (default: the system bus)")
+        ->check(CheckAddress);
     app.add_flag("-v,--verbose", globals.isVerbose, "Show the library's log on standard error");
     app.require_subcommand(1);
     app.fallthrough(); // the options may stand behind the verb too

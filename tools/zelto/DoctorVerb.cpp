@@ -2,6 +2,7 @@
 
 #include "Doctor.h"
 #include "ExitCodes.h"
+#include "FileContent.h"
 #include "Output.h"
 #include "Verbs.h"
 
@@ -103,7 +104,8 @@ void AddDoctorVerb(CLI::App& app, TContext& context) {
     auto path = std::make_shared<std::string>();
     CLI::App* doctor =
         app.add_subcommand("doctor", "Look at the bus, its policy and limits, and the manager");
-    doctor->add_option("--index-map", *path, "The file that the manager was given, to be checked");
+    doctor->add_option("--index-map", *path, "The file that the manager was given, to be checked")
+        ->check(CheckFileName);
     doctor->callback(
         [&context, path] { context.run = [&context, path] { return RunDoctor(context.globals, *path); }; });
 }

@@ -76,6 +76,10 @@ bool Replace(const std::string& path, const std::string& content, mode_t mode) {
 
 } // namespace
 
+std::string CheckFileName(const std::string& path) {
+    return path.empty() ? "the name of the file is empty" : "";
+}
+
 bool ReadFile(const std::string& path, std::string& content) {
     content.clear();
     const bool isInput = path == "-";

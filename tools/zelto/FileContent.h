@@ -6,6 +6,9 @@
 
 namespace tool {
 
+// For the command line: why the text cannot be the name of a file; empty when it can.
+std::string CheckFileName(const std::string& path);
+
 // Reads a file, or standard input for "-". Says why when it cannot, and returns false.
 bool ReadFile(const std::string& path, std::string& content);
 

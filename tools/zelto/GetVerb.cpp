@@ -62,7 +62,9 @@ void AddGetVerb(CLI::App& app, TContext& context) {
     CLI::Option* const isLong = get->add_flag("--long", options->isLong,
                                               "Read one value of any length and print its bytes as they are")
                                     ->excludes(values);
-    get->add_option("-o,--output", options->outputFile, "File to write the value to")->needs(isLong);
+    get->add_option("-o,--output", options->outputFile, "File to write the value to")
+        ->needs(isLong)
+        ->check(CheckFileName);
     get->callback([&context, options] {
         context.run = [&context, options] {
             return options->isLong ? RunGetLong(context.globals, *options)

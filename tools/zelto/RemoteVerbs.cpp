@@ -233,7 +233,8 @@ void AddRemoteVerbs(CLI::App& app, TContext& context) {
 
     CLI::App* file = AddVerb(*remote, context, options, {"file", "Fetch a file of the peer"}, RunFile);
     file->add_option("NAME", options->arguments, "Name of the file")->required()->expected(1);
-    file->add_option("-o,--output", options->outputFile, "File to write (default: standard output)");
+    file->add_option("-o,--output", options->outputFile, "File to write (default: standard output)")
+        ->check(CheckFileName);
 }
 
 } // namespace tool

@@ -2,6 +2,7 @@
 
 #include "Assignments.h"
 #include "ExitCodes.h"
+#include "FileContent.h"
 #include "Output.h"
 #include "SetRequests.h"
 #include "Verbs.h"
@@ -49,7 +50,8 @@ void AddSetVerb(CLI::App& app, TContext& context) {
     set->add_option("PATH=VALUE", options->assignments,
                     "Name and value of a parameter; @FILE is the content of a file, - standard input");
     set->add_option("-f,--file", options->inputFile,
-                    "File with a line for each parameter, as get prints them");
+                    "File with a line for each parameter, as get prints them")
+        ->check(CheckFileName);
     set->add_flag("-c,--commit", options->mode.isCommitted, "Apply the values");
     CLI::Option* const isLong =
         set->add_flag("--long", options->mode.isLong, "Write values of any length, each by itself");
