@@ -117,6 +117,32 @@ TEST(ManagerThatDies, BetweenTwoParametersEndsTheCommandWithSeven) {
     EXPECT_EQ(result.errors, "zelto: set A: done\nzelto: set B: it is gone\nzelto: set C: not tried\n");
 }
 
+// It refuses a list, answers for A by itself and is gone.
+TEST(ManagerThatDies, BetweenTwoReadsEndsTheCommandWithSeven) {
+    TRawPeer manager(TBusEnvironment::Bus().Address());
+    manager.Serve([](TRawPeer& peer, const TRawMessage& call) {
+        if (call.member != "GET_PARAM") {
+            peer.Reply(call, {std::string(), int32_t{-1}});
+        } else if (call.Text(0) == R"({"NAME": "A"})") {
+            peer.Reply(call, {std::string(R"({"PARAMS": [{"NAME": "A", "VALUE": "a"}]})"), int32_t{0}});
+        } else {
+            peer.ReplyError(call, "org.freedesktop.DBus.Error.NoReply", "it is gone");
+        }
+    });
+    ASSERT_NE(manager.OwnName(e2e::MANAGER_NAME), 0U);
+    const auto get = RunZelto({"get", "A", "B", "C"});
+    EXPECT_EQ(get.exitCode, 7);
+    EXPECT_EQ(get.output, "A=a\n");
+    EXPECT_EQ(get.errors, "zelto: get B: it is gone\nzelto: get C: not tried\n");
+    const auto dryRun = RunZelto({"set", "--dry-run", "A=1", "B=1", "C=1"});
+    EXPECT_EQ(dryRun.exitCode, 7);
+    EXPECT_EQ(dryRun.output, "A: a -> 1\n");
+    EXPECT_EQ(dryRun.errors, "zelto: set B: it is gone\nzelto: set C: not tried\n");
+    const auto none = RunZelto({"get", "B", "A"});
+    EXPECT_EQ(none.exitCode, 3);
+    EXPECT_EQ(none.errors, "zelto: get B: it is gone\nzelto: get A: not tried\n");
+}
+
 TEST(RollBack, ThatFailsEndsWithSeven) {
     std::atomic<bool> isSet{false};
     const auto manager = Serve([&isSet](const TRawMessage& call) {

@@ -46,10 +46,10 @@ int ReadOneByOne(const TGlobals& globals, const std::string& verb, const TNames&
     for (const std::string& name : names) {
         codes.push_back(ReadOne(globals, verb, name, entries));
         if (!IsAboutParameters(codes.back())) {
-            return codes.back();
+            break;
         }
     }
-    return Combine(codes);
+    return Conclude(verb, names, codes);
 }
 
 } // namespace
@@ -85,13 +85,16 @@ int Ask(const TGlobals& globals, const TQuestion& question, TZeltoJsonObject& an
     return ReadAnswer(question, result.text, answer);
 }
 
-int Combine(const std::vector<int>& codes) {
+int Conclude(const std::string& verb, const TNames& names, const std::vector<int>& codes) {
+    for (size_t i = codes.size(); i < names.size(); ++i) {
+        PrintError(verb + " " + names[i] + ": not tried");
+    }
     const auto done = std::count(codes.begin(), codes.end(), EXIT_DONE);
     if (done != 0) {
-        return done == static_cast<std::ptrdiff_t>(codes.size()) ? EXIT_DONE : EXIT_PARTLY_DONE;
+        return done == static_cast<std::ptrdiff_t>(names.size()) ? EXIT_DONE : EXIT_PARTLY_DONE;
     }
     const bool isAlike = std::all_of(codes.begin(), codes.end(), [&](int code) { return code == codes[0]; });
-    return codes.empty() ? EXIT_DONE : (isAlike ? codes[0] : int{EXIT_REFUSED});
+    return isAlike || !IsAboutParameters(codes.back()) ? codes.back() : int{EXIT_REFUSED};
 }
 
 bool IsAboutParameters(int code) {

@@ -24,9 +24,9 @@ struct TQuestion {
 // code.
 int Ask(const TGlobals& globals, const TQuestion& question, TZeltoJsonObject& answer);
 
-// The exit code for several parameters of which each had its own. All alike: that one; some of them done:
-// EXIT_PARTLY_DONE.
-int Combine(const std::vector<int>& codes);
+// The exit code for parameters of which each had its own: that one if all are alike, EXIT_PARTLY_DONE if some
+// are done. There is at least one code; says of the names without one that they were not tried.
+int Conclude(const std::string& verb, const TNames& names, const std::vector<int>& codes);
 
 // Whether a code is about the parameters and not about the way to the manager.
 bool IsAboutParameters(int code);

@@ -119,7 +119,7 @@ int RunGet(const TGlobals& globals, const TRemoteOptions& options) {
         const TObjects read = GetList(exchange.response, "PARAMS");
         entries.insert(entries.end(), read.begin(), read.end());
     }
-    const int code = IsAboutParameters(codes.back()) ? Combine(codes) : codes.back();
+    const int code = Conclude("remote " + options.host + " get", options.arguments, codes);
     return code == EXIT_DONE || !entries.empty() ? PrintParams(globals, entries, options.valuesOnly, code)
                                                  : code;
 }

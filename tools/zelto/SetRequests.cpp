@@ -181,7 +181,7 @@ int ShowSet(const TGlobals& globals, const TParams& params) {
         TObjects entries;
         codes.push_back(ReadParams(globals, "set", {param.name}, entries));
         if (!IsAboutParameters(codes.back())) {
-            return output.Finish(codes.back());
+            break;
         }
         for (const TZeltoJsonObject& entry : entries) {
             const TParam old{GetText(entry, "NAME"), GetText(entry, "VALUE")};
@@ -190,7 +190,7 @@ int ShowSet(const TGlobals& globals, const TParams& params) {
             (void)output.Add(old.name + ": " + old.value + " -> " + param.value, record);
         }
     }
-    return output.Finish(Combine(codes));
+    return output.Finish(Conclude("set", NamesOf(params), codes));
 }
 
 } // namespace tool
