@@ -210,8 +210,9 @@ TEST(BadFile, WithoutLinesEndsWithSix) {
 
 TEST(BadOutput, ThatIsFullEndsWithThree) {
     TGateway gateway;
-    for (const std::string& arguments : {"get " + SSID_1, std::string("-j map"), "get --long " + SSID_1,
-                                         std::string("ls Device.WiFi.SSID.")}) {
+    for (const std::string& arguments :
+         {"get " + SSID_1, std::string("-j map"), "get --long " + SSID_1, std::string("ls Device.WiFi.SSID."),
+          std::string("get --help"), std::string("--version")}) {
         const auto result = cli::RunShell("zelto " + arguments + " >/dev/full");
         EXPECT_EQ(result.exitCode, 3) << arguments;
         EXPECT_EQ(result.errors, "zelto: cannot write to standard output: No space left on device\n")

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <exception>
 #include <iterator>
+#include <sstream>
 
 namespace tool {
 
@@ -118,6 +119,13 @@ void Apply(const TFormatFlags& flags, TGlobals& globals) {
     ShowLog(globals.isVerbose);
 }
 
+int PrintHelp(const CLI::App& app, const CLI::Success& helpOrVersion) {
+    std::ostringstream text;
+    (void)app.exit(helpOrVersion, text); // always a success
+    const std::string written = text.str();
+    return WriteRaw(written.data(), written.size()) ? EXIT_DONE : EXIT_RUN_TIME;
+}
+
 int RunVerb(const TContext& context) {
     try {
         const int code = context.takesIdentity ? TakeIdentity(context.globals, "") : EXIT_DONE;
@@ -141,7 +149,7 @@ int RunLine(const std::vector<std::string>& arguments, const TGlobals& defaults)
     try {
         app.parse(ForParser(arguments));
     } catch (const CLI::Success& helpOrVersion) {
-        return app.exit(helpOrVersion);
+        return PrintHelp(app, helpOrVersion);
     } catch (const CLI::ParseError& error) {
         PrintError(Explain(app, error) + " (--help tells more)");
         return EXIT_USAGE;
