@@ -27,7 +27,8 @@ public:
         (void)pthread_getattr_default_np(&former);
         pthread_attr_t impossible;
         (void)pthread_attr_init(&impossible);
-        (void)pthread_attr_setstacksize(&impossible, std::numeric_limits<std::size_t>::max() / 4 & ~0xFFFFUL);
+        (void)pthread_attr_setstacksize(&impossible,
+                                        std::numeric_limits<std::size_t>::max() / 4 * 3 & ~0xFFFFUL);
         (void)pthread_setattr_default_np(&impossible);
         (void)pthread_attr_destroy(&impossible);
     }
