@@ -6,6 +6,8 @@
 #include "Requests.h"
 #include "Verbs.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdlib>
 #include <exception>
@@ -94,7 +96,7 @@ void AddGlobalOptions(CLI::App& app, TGlobals& globals, TFormatFlags& flags) {
     app.fallthrough(); // the options may stand behind the verb too
 }
 
-void AddVerbs(CLI::App& app, TContext& context) {
+void AddVerbs(TVerb app, TContext& context) {
     AddGetVerb(app, context);
     AddSetVerb(app, context);
     AddObjectVerbs(app, context);
@@ -144,7 +146,7 @@ int RunLine(const std::vector<std::string>& arguments, const TGlobals& defaults)
     TFormatFlags flags;
     CLI::App app("Reads, writes and watches the data model of a gateway.", "zelto");
     AddGlobalOptions(app, context.globals, flags);
-    AddVerbs(app, context);
+    AddVerbs(TVerb(app), context);
     UnmaskValues(app);
     try {
         app.parse(ForParser(arguments));

@@ -6,6 +6,8 @@
 #include "Requests.h"
 #include "Verbs.h"
 
+#include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>

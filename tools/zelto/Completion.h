@@ -4,10 +4,12 @@
 
 #include "Globals.h"
 
-#include <CLI/CLI.hpp>
-
 #include <string>
 #include <vector>
+
+namespace CLI {
+class App;
+} // namespace CLI
 
 namespace tool {
 

@@ -100,13 +100,12 @@ TZeltoJsonObject RecordOf(const TFinding& finding) {
     return record;
 }
 
-void AddDoctorVerb(CLI::App& app, TContext& context) {
+void AddDoctorVerb(TVerb app, TContext& context) {
     auto path = std::make_shared<std::string>();
-    CLI::App* doctor =
-        app.add_subcommand("doctor", "Look at the bus, its policy and limits, and the manager");
-    doctor->add_option("--index-map", *path, "The file that the manager was given, to be checked")
-        ->check(CheckFileName);
-    doctor->callback(
+    TVerb doctor = app.AddVerb("doctor", "Look at the bus, its policy and limits, and the manager");
+    doctor.AddOption("--index-map", *path, "The file that the manager was given, to be checked")
+        .Check(CheckFileName);
+    doctor.OnChosen(
         [&context, path] { context.run = [&context, path] { return RunDoctor(context.globals, *path); }; });
 }
 

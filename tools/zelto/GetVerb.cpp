@@ -53,19 +53,19 @@ int RunGetLong(const TGlobals& globals, const TGetOptions& options) {
 
 } // namespace
 
-void AddGetVerb(CLI::App& app, TContext& context) {
+void AddGetVerb(TVerb app, TContext& context) {
     auto options = std::make_shared<TGetOptions>();
-    CLI::App* const get = app.add_subcommand("get", "Read parameters; \"*\" stands for every instance");
-    get->add_option("PATH", options->paths, "Name of a parameter")->required();
-    CLI::Option* const values =
-        get->add_flag("-V,--values", options->valuesOnly, "Print the values without the names");
-    CLI::Option* const isLong = get->add_flag("--long", options->isLong,
-                                              "Read one value of any length and print its bytes as they are")
-                                    ->excludes(values);
-    get->add_option("-o,--output", options->outputFile, "File to write the value to")
-        ->needs(isLong)
-        ->check(CheckFileName);
-    get->callback([&context, options] {
+    TVerb get = app.AddVerb("get", "Read parameters; \"*\" stands for every instance");
+    get.AddOption("PATH", options->paths, "Name of a parameter").Require();
+    const TOption values =
+        get.AddFlag("-V,--values", options->valuesOnly, "Print the values without the names");
+    const TOption isLong =
+        get.AddFlag("--long", options->isLong, "Read one value of any length and print its bytes as they are")
+            .Exclude(values);
+    get.AddOption("-o,--output", options->outputFile, "File to write the value to")
+        .Need(isLong)
+        .Check(CheckFileName);
+    get.OnChosen([&context, options] {
         context.run = [&context, options] {
             return options->isLong ? RunGetLong(context.globals, *options)
                                    : RunGetParams(context.globals, *options);

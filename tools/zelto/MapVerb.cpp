@@ -57,14 +57,13 @@ int RunMap(const TGlobals& globals, const std::string* path) {
 
 } // namespace
 
-void AddMapVerb(CLI::App& app, TContext& context) {
+void AddMapVerb(TVerb app, TContext& context) {
     auto path = std::make_shared<std::string>();
-    CLI::App* const map =
-        app.add_subcommand("map", "Print the names that applications and the platform number "
-                                  "differently: APPLICATION=PLATFORM");
-    CLI::Option* const option = map->add_option("PATH", *path, "Name to print in both numberings");
-    map->callback([&context, path, option] {
-        const bool hasPath = option->count() > 0;
+    TVerb map = app.AddVerb("map", "Print the names that applications and the platform number "
+                                   "differently: APPLICATION=PLATFORM");
+    const TOption option = map.AddOption("PATH", *path, "Name to print in both numberings");
+    map.OnChosen([&context, path, option] {
+        const bool hasPath = option.IsGiven();
         context.run = [&context, path, hasPath] {
             return RunMap(context.globals, hasPath ? path.get() : nullptr);
         };

@@ -145,45 +145,44 @@ int RunSetObj(const TGlobals& globals, const TObjectOptions& options) {
     return output.Finish(EXIT_DONE);
 }
 
-CLI::App* AddVerb(CLI::App& app, TContext& context, const std::shared_ptr<TObjectOptions>& options,
-                  const std::pair<const char*, const char*>& nameAndHelp, TRunVerb run) {
-    CLI::App* const verb = app.add_subcommand(nameAndHelp.first, nameAndHelp.second);
-    verb->callback([&context, options, run] {
+TVerb AddVerb(TVerb app, TContext& context, const std::shared_ptr<TObjectOptions>& options,
+              const std::pair<const char*, const char*>& nameAndHelp, TRunVerb run) {
+    TVerb verb = app.AddVerb(nameAndHelp.first, nameAndHelp.second);
+    verb.OnChosen([&context, options, run] {
         context.run = [&context, options, run] { return run(context.globals, *options); };
     });
     return verb;
 }
 
-void AddInstanceVerbs(CLI::App& app, TContext& context) {
+void AddInstanceVerbs(TVerb app, TContext& context) {
     auto options = std::make_shared<TObjectOptions>();
-    CLI::App* const add =
+    TVerb add =
         AddVerb(app, context, options, {"add", "Add an instance to a table and print its name"}, RunAdd);
-    add->add_option("OBJECT", options->object, "Name of a table")->required();
-    CLI::App* const del = AddVerb(app, context, options, {"del", "Delete an instance of a table"}, RunDel);
-    del->add_option("OBJECT.N", options->object, "Name of an instance")->required();
-    CLI::App* const ls = AddVerb(app, context, options, {"ls", "Print the instances of a table"}, RunLs);
-    ls->add_option("OBJECT", options->object, "Name of a table")->required();
-    ls->add_flag("-V,--values", options->valuesOnly, "Print the numbers, as the platform counts");
+    add.AddOption("OBJECT", options->object, "Name of a table").Require();
+    TVerb del = AddVerb(app, context, options, {"del", "Delete an instance of a table"}, RunDel);
+    del.AddOption("OBJECT.N", options->object, "Name of an instance").Require();
+    TVerb ls = AddVerb(app, context, options, {"ls", "Print the instances of a table"}, RunLs);
+    ls.AddOption("OBJECT", options->object, "Name of a table").Require();
+    ls.AddFlag("-V,--values", options->valuesOnly, "Print the numbers, as the platform counts");
 }
 
-void AddWholeObjectVerbs(CLI::App& app, TContext& context) {
+void AddWholeObjectVerbs(TVerb app, TContext& context) {
     auto options = std::make_shared<TObjectOptions>();
-    CLI::App* const getobj =
+    TVerb getobj =
         AddVerb(app, context, options, {"getobj", "Read parameters of an object in one request"}, RunGetObj);
-    getobj->add_option("ROOT", options->object, "Name of an object")->required();
-    getobj->add_option("NAME", options->arguments, "Name of a parameter, full or below the object")
-        ->required();
-    getobj->add_flag("-V,--values", options->valuesOnly, "Print the values without the names");
-    CLI::App* const setobj =
+    getobj.AddOption("ROOT", options->object, "Name of an object").Require();
+    getobj.AddOption("NAME", options->arguments, "Name of a parameter, full or below the object").Require();
+    getobj.AddFlag("-V,--values", options->valuesOnly, "Print the values without the names");
+    TVerb setobj =
         AddVerb(app, context, options, {"setobj", "Write parameters of an object in one request"}, RunSetObj);
-    setobj->add_option("ROOT", options->object, "Name of an object")->required();
-    setobj->add_option("NAME=VALUE", options->arguments, "Name and value, as for set")->required();
-    setobj->add_flag("-c,--commit", options->isCommitted, "Apply the values");
+    setobj.AddOption("ROOT", options->object, "Name of an object").Require();
+    setobj.AddOption("NAME=VALUE", options->arguments, "Name and value, as for set").Require();
+    setobj.AddFlag("-c,--commit", options->isCommitted, "Apply the values");
 }
 
 } // namespace
 
-void AddObjectVerbs(CLI::App& app, TContext& context) {
+void AddObjectVerbs(TVerb app, TContext& context) {
     AddInstanceVerbs(app, context);
     AddWholeObjectVerbs(app, context);
 }

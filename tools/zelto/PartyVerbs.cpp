@@ -92,22 +92,22 @@ int RunWait(const TGlobals& globals, const std::string& identity) {
     }
 }
 
-void AddIdentityVerb(CLI::App& app, TContext& context, const char* name, const char* description,
+void AddIdentityVerb(TVerb app, TContext& context, const char* name, const char* description,
                      int (*run)(const TGlobals&, const std::string&)) {
     auto identity = std::make_shared<std::string>();
-    CLI::App* verb = app.add_subcommand(name, description);
-    verb->add_option("ID", *identity, "Identity of a party")->required()->check(CheckIdentity);
-    verb->callback([&context, run, identity] {
+    TVerb verb = app.AddVerb(name, description);
+    verb.AddOption("ID", *identity, "Identity of a party").Require().Check(CheckIdentity);
+    verb.OnChosen([&context, run, identity] {
         context.run = [&context, run, identity] { return run(context.globals, *identity); };
     });
 }
 
 } // namespace
 
-void AddPartyVerbs(CLI::App& app, TContext& context) {
-    CLI::App* apps = app.add_subcommand("apps", "Print who is on the bus: identity, process id, user, unique "
-                                                "name and program");
-    apps->callback([&context] { context.run = [&context] { return RunApps(context.globals); }; });
+void AddPartyVerbs(TVerb app, TContext& context) {
+    TVerb apps = app.AddVerb("apps", "Print who is on the bus: identity, process id, user, unique "
+                                     "name and program");
+    apps.OnChosen([&context] { context.run = [&context] { return RunApps(context.globals); }; });
     AddIdentityVerb(app, context, "ping", "Ask a party whether it is active", RunPing);
     AddIdentityVerb(app, context, "wait", "Wait until a party is on the bus, at most for the time-out",
                     RunWait);

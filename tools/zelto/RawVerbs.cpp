@@ -67,20 +67,19 @@ int RunEmit(const TGlobals& globals, const TRawOptions& options) {
 
 } // namespace
 
-void AddRawVerbs(CLI::App& app, TContext& context) {
+void AddRawVerbs(TVerb app, TContext& context) {
     auto options = std::make_shared<TRawOptions>();
-    CLI::App* const call = app.add_subcommand("call", "Call a method with a text and print the answer");
-    call->add_option("METHOD", options->name, "Name of the method")->required();
-    call->add_option("JSON", options->text, "Body of the call (default: empty)");
-    call->add_option("--to", options->server, "Identity to call (default: the manager's)")
-        ->check(CheckIdentity);
-    call->callback([&context, options] {
+    TVerb call = app.AddVerb("call", "Call a method with a text and print the answer");
+    call.AddOption("METHOD", options->name, "Name of the method").Require();
+    call.AddOption("JSON", options->text, "Body of the call (default: empty)");
+    call.AddOption("--to", options->server, "Identity to call (default: the manager's)").Check(CheckIdentity);
+    call.OnChosen([&context, options] {
         context.run = [&context, options] { return RunCall(context.globals, *options); };
     });
-    CLI::App* const emit = app.add_subcommand("emit", "Send an event");
-    emit->add_option("EVENT", options->name, "Name of the event")->required();
-    emit->add_option("JSON", options->text, "Body of the event")->required();
-    emit->callback([&context, options] {
+    TVerb emit = app.AddVerb("emit", "Send an event");
+    emit.AddOption("EVENT", options->name, "Name of the event").Require();
+    emit.AddOption("JSON", options->text, "Body of the event").Require();
+    emit.OnChosen([&context, options] {
         context.run = [&context, options] { return RunEmit(context.globals, *options); };
     });
 }

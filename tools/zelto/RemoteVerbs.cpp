@@ -204,10 +204,10 @@ int RunToTheEnd(TRunVerb run, const TGlobals& globals, const TRemoteOptions& opt
     return code;
 }
 
-CLI::App* AddVerb(CLI::App& remote, TContext& context, const std::shared_ptr<TRemoteOptions>& options,
-                  const std::pair<const char*, const char*>& nameAndHelp, TRunVerb run) {
-    CLI::App* verb = remote.add_subcommand(nameAndHelp.first, nameAndHelp.second);
-    verb->callback([&context, options, run] {
+TVerb AddVerb(TVerb remote, TContext& context, const std::shared_ptr<TRemoteOptions>& options,
+              const std::pair<const char*, const char*>& nameAndHelp, TRunVerb run) {
+    TVerb verb = remote.AddVerb(nameAndHelp.first, nameAndHelp.second);
+    verb.OnChosen([&context, options, run] {
         context.run = [&context, options, run] { return RunToTheEnd(run, context.globals, *options); };
     });
     return verb;
@@ -215,26 +215,24 @@ CLI::App* AddVerb(CLI::App& remote, TContext& context, const std::shared_ptr<TRe
 
 } // namespace
 
-void AddRemoteVerbs(CLI::App& app, TContext& context) {
+void AddRemoteVerbs(TVerb app, TContext& context) {
     auto options = std::make_shared<TRemoteOptions>();
-    CLI::App* remote = app.add_subcommand("remote", "Ask a peer gateway, over TCP");
-    remote->add_option("HOST", options->host, "Numeric IPv4 address of the peer")
-        ->required()
-        ->check(CheckHost);
-    remote->require_subcommand(1);
+    TVerb remote = app.AddVerb("remote", "Ask a peer gateway, over TCP");
+    remote.AddOption("HOST", options->host, "Numeric IPv4 address of the peer").Require().Check(CheckHost);
+    remote.RequireVerb();
 
-    CLI::App* get = AddVerb(*remote, context, options, {"get", "Read parameters of the peer"}, RunGet);
-    get->add_option("PATH", options->arguments, "Name of a parameter")->required();
-    get->add_flag("-V,--values", options->valuesOnly, "Print the values without the names");
+    TVerb get = AddVerb(remote, context, options, {"get", "Read parameters of the peer"}, RunGet);
+    get.AddOption("PATH", options->arguments, "Name of a parameter").Require();
+    get.AddFlag("-V,--values", options->valuesOnly, "Print the values without the names");
 
-    CLI::App* set = AddVerb(*remote, context, options, {"set", "Write parameters of the peer"}, RunSet);
-    set->add_option("PATH=VALUE", options->arguments, "Name of a parameter and its value")->required();
-    set->add_flag("-c,--commit", options->commit, "Ask the manager to keep the value");
+    TVerb set = AddVerb(remote, context, options, {"set", "Write parameters of the peer"}, RunSet);
+    set.AddOption("PATH=VALUE", options->arguments, "Name of a parameter and its value").Require();
+    set.AddFlag("-c,--commit", options->commit, "Ask the manager to keep the value");
 
-    CLI::App* file = AddVerb(*remote, context, options, {"file", "Fetch a file of the peer"}, RunFile);
-    file->add_option("NAME", options->arguments, "Name of the file")->required()->expected(1);
-    file->add_option("-o,--output", options->outputFile, "File to write (default: standard output)")
-        ->check(CheckFileName);
+    TVerb file = AddVerb(remote, context, options, {"file", "Fetch a file of the peer"}, RunFile);
+    file.AddOption("NAME", options->arguments, "Name of the file").Require().TakeOne();
+    file.AddOption("-o,--output", options->outputFile, "File to write (default: standard output)")
+        .Check(CheckFileName);
 }
 
 } // namespace tool

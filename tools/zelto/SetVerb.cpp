@@ -43,25 +43,23 @@ int RunSet(const TGlobals& globals, const TSetOptions& options) {
 
 } // namespace
 
-void AddSetVerb(CLI::App& app, TContext& context) {
+void AddSetVerb(TVerb app, TContext& context) {
     auto options = std::make_shared<TSetOptions>();
-    CLI::App* const set =
-        app.add_subcommand("set", "Write parameters, in order, up to the first that is refused");
-    set->add_option("PATH=VALUE", options->assignments,
-                    "Name and value of a parameter; @FILE is the content of a file, - standard input");
-    set->add_option("-f,--file", options->inputFile,
-                    "File with a line for each parameter, as get prints them")
-        ->check(CheckFileName);
-    set->add_flag("-c,--commit", options->mode.isCommitted, "Apply the values");
-    CLI::Option* const isLong =
-        set->add_flag("--long", options->mode.isLong, "Write values of any length, each by itself");
-    CLI::Option* const rollback = set->add_flag("--rollback", options->mode.rollsBack,
-                                                "Set the old values again when one of the new fails")
-                                      ->excludes(isLong);
-    set->add_flag("--dry-run", options->isDryRun, "Print what would change and change nothing")
-        ->excludes(isLong)
-        ->excludes(rollback);
-    set->callback([&context, options] {
+    TVerb set = app.AddVerb("set", "Write parameters, in order, up to the first that is refused");
+    set.AddOption("PATH=VALUE", options->assignments,
+                  "Name and value of a parameter; @FILE is the content of a file, - standard input");
+    set.AddOption("-f,--file", options->inputFile, "File with a line for each parameter, as get prints them")
+        .Check(CheckFileName);
+    set.AddFlag("-c,--commit", options->mode.isCommitted, "Apply the values");
+    const TOption isLong =
+        set.AddFlag("--long", options->mode.isLong, "Write values of any length, each by itself");
+    const TOption rollback = set.AddFlag("--rollback", options->mode.rollsBack,
+                                         "Set the old values again when one of the new fails")
+                                 .Exclude(isLong);
+    set.AddFlag("--dry-run", options->isDryRun, "Print what would change and change nothing")
+        .Exclude(isLong)
+        .Exclude(rollback);
+    set.OnChosen([&context, options] {
         context.run = [&context, options] { return RunSet(context.globals, *options); };
     });
 }

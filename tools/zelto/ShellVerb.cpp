@@ -142,19 +142,19 @@ int RunComplete(CLI::App& app, const TGlobals& globals, const std::vector<std::s
 
 } // namespace
 
-void AddShellVerbs(CLI::App& app, TContext& context) {
-    CLI::App* shell = app.add_subcommand("sh", "Read lines of verbs and arguments and run them");
-    shell->callback([&app, &context] {
+void AddShellVerbs(TVerb app, TContext& context) {
+    TVerb shell = app.AddVerb("sh", "Read lines of verbs and arguments and run them");
+    shell.OnChosen([app, &context] {
         context.takesIdentity = false; // each line does
-        context.run = [&app, &context] { return TShell(app, context.globals).Run(); };
+        context.run = [app, &context] { return TShell(app.App(), context.globals).Run(); };
     });
 
     auto words = std::make_shared<std::vector<std::string>>();
-    CLI::App* complete = app.add_subcommand("complete", "Print what may stand at the end of a line");
-    complete->group(""); // for the completion of bash; people have no use for it
-    complete->add_option("WORD", *words, "The words so far; the last one may be empty");
-    complete->callback([&app, &context, words] {
-        context.run = [&app, &context, words] { return RunComplete(app, context.globals, *words); };
+    TVerb complete = app.AddVerb("complete", "Print what may stand at the end of a line");
+    complete.Hide(); // for the completion of bash; people have no use for it
+    complete.AddOption("WORD", *words, "The words so far; the last one may be empty");
+    complete.OnChosen([app, &context, words] {
+        context.run = [app, &context, words] { return RunComplete(app.App(), context.globals, *words); };
     });
 }
 

@@ -128,18 +128,17 @@ int RunTrace(const TGlobals& globals, const TTraceOptions& options) {
 
 } // namespace
 
-void AddTraceVerb(CLI::App& app, TContext& context) {
+void AddTraceVerb(TVerb app, TContext& context) {
     auto options = std::make_shared<TTraceOptions>();
-    CLI::App* trace = app.add_subcommand("trace", "Print the calls, replies and events of all parties");
-    trace->add_option("PATTERN", options->patterns,
-                      "Only what is about such a path, method or event; \"*\" stands for any text");
-    trace->add_option("-n,--count", options->count, "End after so many lines")
-        ->check(CLI::Range(1, INT32_MAX));
-    trace->add_option("--for", options->seconds, "End after so many seconds")->check(CLI::Range(1, 86400));
-    trace->add_option("--slow", options->slowMilliseconds, "Mark replies that took so many milliseconds")
-        ->check(CLI::NonNegativeNumber)
-        ->capture_default_str();
-    trace->callback([&context, options] {
+    TVerb trace = app.AddVerb("trace", "Print the calls, replies and events of all parties");
+    trace.AddOption("PATTERN", options->patterns,
+                    "Only what is about such a path, method or event; \"*\" stands for any text");
+    trace.AddOption("-n,--count", options->count, "End after so many lines").CheckRange(1, INT32_MAX);
+    trace.AddOption("--for", options->seconds, "End after so many seconds").CheckRange(1, 86400);
+    trace.AddOption("--slow", options->slowMilliseconds, "Mark replies that took so many milliseconds")
+        .CheckNotNegative()
+        .ShowDefault();
+    trace.OnChosen([&context, options] {
         context.run = [&context, options] { return RunTrace(context.globals, *options); };
     });
 }

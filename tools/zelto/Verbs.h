@@ -4,8 +4,7 @@
 #define ZELTO_TOOL_VERBS_H
 
 #include "Globals.h"
-
-#include <CLI/CLI.hpp>
+#include "Parser.h"
 
 #include <functional>
 
@@ -19,17 +18,17 @@ struct TContext {
     bool takesIdentity = true;
 };
 
-void AddGetVerb(CLI::App& app, TContext& context);
-void AddSetVerb(CLI::App& app, TContext& context);
-void AddObjectVerbs(CLI::App& app, TContext& context);
-void AddMapVerb(CLI::App& app, TContext& context);
-void AddWatchVerb(CLI::App& app, TContext& context);
-void AddRawVerbs(CLI::App& app, TContext& context);
-void AddRemoteVerbs(CLI::App& app, TContext& context);
-void AddPartyVerbs(CLI::App& app, TContext& context);
-void AddTraceVerb(CLI::App& app, TContext& context);
-void AddDoctorVerb(CLI::App& app, TContext& context);
-void AddShellVerbs(CLI::App& app, TContext& context);
+void AddGetVerb(TVerb app, TContext& context);
+void AddSetVerb(TVerb app, TContext& context);
+void AddObjectVerbs(TVerb app, TContext& context);
+void AddMapVerb(TVerb app, TContext& context);
+void AddWatchVerb(TVerb app, TContext& context);
+void AddRawVerbs(TVerb app, TContext& context);
+void AddRemoteVerbs(TVerb app, TContext& context);
+void AddPartyVerbs(TVerb app, TContext& context);
+void AddTraceVerb(TVerb app, TContext& context);
+void AddDoctorVerb(TVerb app, TContext& context);
+void AddShellVerbs(TVerb app, TContext& context);
 
 } // namespace tool
 

@@ -158,17 +158,15 @@ int RunWatch(const TGlobals& globals, const TWatchOptions& options) {
 
 } // namespace
 
-void AddWatchVerb(CLI::App& app, TContext& context) {
+void AddWatchVerb(TVerb app, TContext& context) {
     auto options = std::make_shared<TWatchOptions>();
-    CLI::App* const watch = app.add_subcommand("watch", "Print the events of the system as they come");
-    watch->add_option("PATTERN", options->patterns,
-                      "Events to print, by their names or those of the parameters that they are about; \"*\" "
-                      "stands for any text");
-    watch->add_option("-n,--count", options->count, "End after so many events")
-        ->check(CLI::Range(1, INT_MAX));
-    watch->add_option("--for", options->seconds, "End after so many seconds")
-        ->check(CLI::Range(1, LONGEST_WATCH));
-    watch->callback([&context, options] {
+    TVerb watch = app.AddVerb("watch", "Print the events of the system as they come");
+    watch.AddOption("PATTERN", options->patterns,
+                    "Events to print, by their names or those of the parameters that they are about; \"*\" "
+                    "stands for any text");
+    watch.AddOption("-n,--count", options->count, "End after so many events").CheckRange(1, INT_MAX);
+    watch.AddOption("--for", options->seconds, "End after so many seconds").CheckRange(1, LONGEST_WATCH);
+    watch.OnChosen([&context, options] {
         context.run = [&context, options] { return RunWatch(context.globals, *options); };
     });
 }
