@@ -37,7 +37,10 @@ if(ZELTO_SANITIZE)
 else()
   target_compile_definitions(zelto_compiler INTERFACE
     $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
-  target_link_options(zelto_compiler INTERFACE LINKER:--no-undefined)
+  # What libFuzzer counts is defined in its programs alone.
+  if(NOT ZELTO_BUILD_FUZZERS)
+    target_link_options(zelto_compiler INTERFACE LINKER:--no-undefined)
+  endif()
 endif()
 
 target_link_options(zelto_compiler INTERFACE

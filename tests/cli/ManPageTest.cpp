@@ -131,6 +131,14 @@ std::vector<std::string> Verbs() {
     return verbs;
 }
 
+TEST(Help, OfAVerbSaysWhereTheOtherOptionsAre) {
+    const auto result = cli::RunZelto({"get", "--help"});
+    EXPECT_EQ(result.exitCode, 0);
+    EXPECT_NE(result.output.find("\nThe options that zelto --help shows may stand here as well.\n"),
+              std::string::npos)
+        << result.output;
+}
+
 TEST(ManPage, HasASectionForEachVerb) {
     const std::string page = ReadPage();
     const std::vector<std::string> verbs = Verbs();

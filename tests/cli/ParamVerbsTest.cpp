@@ -218,3 +218,12 @@ TEST(Get, WritesALongValueToAFile) {
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(directory.Read("value"), gateway.Get(name));
 }
+
+TEST(Get, TellsInJsonWhatItWroteToAFile) {
+    TGateway gateway;
+    support::TTempDir directory;
+    const auto result = RunZelto({"-J", "get", "--long", SSID_1, "-o", directory.File("value")});
+    EXPECT_EQ(result.exitCode, 0) << result.errors;
+    EXPECT_EQ(result.output, "{\"NAME\": \"" + SSID_1 + "\", \"SIZE\": 5}\n");
+    EXPECT_EQ(directory.Read("value"), "Ulmet");
+}

@@ -27,9 +27,21 @@ int RunGetParams(const TGlobals& globals, const TGetOptions& options) {
                                                  : code;
 }
 
+// What JSON tells of a value that went into a file.
+TZeltoJsonObject WrittenEntry(const std::string& name, const std::string& value) {
+    TZeltoJsonObject entry = NameEntry(name);
+    SetInteger(entry, "SIZE", static_cast<int>(value.size()));
+    return entry;
+}
+
 int WriteValue(const TGlobals& globals, const TGetOptions& options, const std::string& value) {
     if (!options.outputFile.empty()) {
-        return WriteFile(options.outputFile, value) ? EXIT_DONE : EXIT_RUN_TIME;
+        if (!WriteFile(options.outputFile, value)) {
+            return EXIT_RUN_TIME;
+        }
+        TOutput output(globals, "");
+        (void)output.Add(WrittenEntry(options.paths[0], value));
+        return output.Finish(EXIT_DONE);
     }
     if (globals.format == FORMAT_TEXT) {
         return globals.isQuiet || WriteRaw(value.data(), value.size()) ? EXIT_DONE : EXIT_RUN_TIME;

@@ -51,7 +51,9 @@ bool TOption::IsGiven() const {
 }
 
 TVerb TVerb::AddVerb(const std::string& name, const std::string& description) {
-    return TVerb(*verb->add_subcommand(name, description));
+    CLI::App* const added = verb->add_subcommand(name, description);
+    added->footer("The options that zelto --help shows may stand here as well.");
+    return TVerb(*added);
 }
 
 TOption TVerb::AddFlag(const std::string& names, bool& isGiven, const std::string& description) {
