@@ -7,6 +7,7 @@
 // The environment is read at the first record.
 
 #include "utils/Log.h"
+#include "utils/SigpipeMask.h"
 #include "zelto/Export.h"
 
 #include <cerrno>
@@ -117,8 +118,9 @@ size_t EscapedLength(const char* text) {
 }
 
 // One call for the whole line, so that lines of several threads and processes do not mix. What a signal or a
-// full pipe cut off is written after it.
+// full pipe cut off is written after it. A record that nobody reads any more is no reason to end the process.
 void WriteAll(const char* data, size_t size) {
+    const zelto::TSigpipeMask mask;
     while (size > 0) {
         const ssize_t written = write(STDERR_FILENO, data, size);
         if (written < 0 && errno == EINTR) {

@@ -116,6 +116,7 @@ bool ReadFile(const std::string& path, std::string& content) {
     } catch (const std::bad_alloc&) {
         return false;
     } catch (const std::length_error&) {
+        errno = ENOMEM; // no call has failed
         return false;
     }
 }

@@ -141,7 +141,8 @@ ZELTO_API bool RemoveDirectoryRecursive(const std::string& path);
 // File contents. A new file gets mode 0755 less the umask.
 
 // Replaces `content` by the file's bytes. False with `content` untouched when the file cannot be opened, and
-// with the bytes read so far when reading fails or memory runs out: this function never throws.
+// with the bytes read so far when reading fails or memory runs out, which it does for 1 GiB on a 32-bit
+// machine: this function never throws.
 ZELTO_API bool ReadFile(const std::string& path, std::string& content);
 // Creates the file or truncates it first, also when writing then fails; the bytes written so far stay.
 // `sync`: the data are on the disk before the call returns.

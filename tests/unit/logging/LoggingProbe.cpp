@@ -15,6 +15,7 @@
 #include <vector>
 
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -64,6 +65,15 @@ int LogThroughClosedStderr() {
     errno = ENOENT;
     qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"lost\"");
     return errno == ENOENT ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int LogThroughAbandonedPipe() {
+    int ends[2];
+    if (pipe(ends) != 0 || dup2(ends[1], STDERR_FILENO) != STDERR_FILENO || close(ends[0]) != 0) {
+        return EXIT_FAILURE;
+    }
+    qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"lost\"");
+    return EXIT_SUCCESS;
 }
 
 int LogErrno() {
@@ -118,10 +128,15 @@ int main(int argc, char** argv) {
         return LogText(argv[1], argv[2]);
     }
     static const std::map<std::string, std::function<int()>> CASES{
-        {"levels", LogEveryLevel},   {"lengths", LogLengths},
-        {"long", LogLong},           {"long-without-memory", LogLongWithoutMemory},
-        {"errno", LogErrno},         {"closed-stderr", LogThroughClosedStderr},
-        {"threads", LogFromThreads}, {"unprintable", LogUnprintable},
+        {"levels", LogEveryLevel},
+        {"lengths", LogLengths},
+        {"long", LogLong},
+        {"long-without-memory", LogLongWithoutMemory},
+        {"errno", LogErrno},
+        {"closed-stderr", LogThroughClosedStderr},
+        {"threads", LogFromThreads},
+        {"unprintable", LogUnprintable},
+        {"abandoned-pipe", LogThroughAbandonedPipe},
     };
     const auto found = argc == 2 ? CASES.find(argv[1]) : CASES.end();
     return found == CASES.end() ? EXIT_FAILURE : found->second();

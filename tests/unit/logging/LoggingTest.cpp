@@ -156,6 +156,10 @@ TEST(Logging, SurvivesAClosedStandardError) {
     EXPECT_EQ(0, Probe({"closed-stderr"}).exitCode);
 }
 
+TEST(Logging, SurvivesAStandardErrorThatNobodyReads) {
+    EXPECT_EQ(0, Probe({"abandoned-pipe"}).exitCode);
+}
+
 TEST(Logging, ShowsTheFormatWhenItCannotBePrinted) {
     EXPECT_EQ("error: \"%ls\"\n", WithoutProcess(Probe({"unprintable"}).errors));
 }

@@ -244,6 +244,18 @@ TEST_F(HugeFileTest, ReadingAndCopyingFailOnThirtyTwoBits) {
     EXPECT_FALSE(fs::exists(At("copy")));
 }
 
+TEST_F(HugeFileTest, IsTooLongForATextBelowThatLimitToo) {
+    if (!NARROW) {
+        GTEST_SKIP() << "texts are longer here";
+    }
+    PutFile(At("long"));
+    fs::resize_file(At("long"), 0x7ffffff0);
+    std::string content = "before";
+    errno = 0;
+    EXPECT_FALSE(ReadFile(At("long"), content));
+    EXPECT_EQ(errno, ENOMEM);
+}
+
 TEST_F(HugeFileTest, SumsAreSixtyFourBitsWide) {
     for (const char* name : {"a", "b", "c"}) {
         PutFile(At(name));
