@@ -92,7 +92,7 @@ TEST(ShellSession, EndsTheLineOnlyOnControlC) {
     session.Type(CONTROL_C);
     ASSERT_TRUE(session.WaitFor(PROMPT)) << session.Screen();
     session.Type(CONTROL_D);
-    EXPECT_EQ(session.WaitForExit(), 130);
+    EXPECT_EQ(session.WaitForExit(), 130) << testing::PrintToString(session.Screen());
 }
 
 TEST(ShellSession, DropsTheLineThatIsBeingTypedOnControlC) {

@@ -148,6 +148,8 @@ unsigned char TLineEditor::InsertOrList(const std::string& word, const std::vect
 ILineReader::TOutcome TLineEditor::Read(const TStopSignal& stop, std::string& line) {
     stopSignal = &stop;
     int length = 0;
+    // el_gets does so only behind the prompt: an end of input that is typed at once would be none.
+    (void)el_set(editor.get(), EL_PREP_TERM, 1);
     const char* text = el_gets(editor.get(), &length);
     if (stop.ExitCode() != 0 || text == nullptr || length <= 0) {
         (void)std::fputc('\n', stderr); // leaves the line of the prompt
