@@ -177,16 +177,19 @@ int SetParamArray(const TMessageBody& request, TPlainWriter&) {
     return SUCCESS;
 }
 
-// The elements of an object request, wildcards expanded in place. False when one of them expands to nothing.
-bool ReadElements(const TMessageBody& request, std::vector<TZeltoPlatLibObject>& elements) {
+// The elements of an object request, wildcards expanded in place; only those of a set have values. False when
+// one of them expands to nothing.
+bool ReadElements(TRequestMethod method, const TMessageBody& request,
+                  std::vector<TZeltoPlatLibObject>& elements) {
     elements.reserve(request.Params().size());
     for (const TBodyEntry& entry : request.Params()) {
         TExpandedNames expanded = ExpandName(std::string(entry.name));
         if (expanded.names.empty()) {
             return false;
         }
+        const std::string_view value = method == METHOD_SET_OBJECT ? entry.value : std::string_view();
         for (std::string& name : expanded.names) {
-            elements.push_back({std::move(name), std::string(entry.value), expanded.fromWildcard});
+            elements.push_back({std::move(name), std::string(value), expanded.fromWildcard});
         }
     }
     return true;
@@ -195,7 +198,7 @@ bool ReadElements(const TMessageBody& request, std::vector<TZeltoPlatLibObject>&
 int GetObject(const TMessageBody& request, TPlainWriter& answer) {
     std::vector<TZeltoPlatLibObject> names;
     std::vector<std::pair<std::string, std::string>> result;
-    if (!ReadElements(request, names) ||
+    if (!ReadElements(METHOD_GET_OBJECT, request, names) ||
         zeltoPlatLibGetObject(ObjectPath(request, BODY_ROOT).c_str(), names, result) != 0) {
         return FAILURE;
     }
@@ -209,7 +212,7 @@ int GetObject(const TMessageBody& request, TPlainWriter& answer) {
 
 int SetObject(const TMessageBody& request, TPlainWriter&) {
     std::vector<TZeltoPlatLibObject> params;
-    if (!ReadElements(request, params)) {
+    if (!ReadElements(METHOD_SET_OBJECT, request, params)) {
         return FAILURE;
     }
     return zeltoPlatLibSetObject(ObjectPath(request, BODY_ROOT).c_str(), params, request.Commit());

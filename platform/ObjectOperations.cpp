@@ -28,7 +28,6 @@ bool FillElement(const TZeltoPlatLibObject& element, bool rootMarked, tZeltoPlat
         return false;
     }
     zelto::CopyTerminated(param.paramName, name);
-    zelto::CopyTerminated(param.value, element.value);
     param.indexCount = static_cast<int32_t>(indices.size());
     param.indices = zelto::IndexArray(indices);
     return true;
@@ -57,6 +56,10 @@ bool PrepareCall(tZeltoPltRequestType type, const char* root,
     for (std::size_t i = 0; i < elements.size(); ++i) {
         if (!FillElement(elements[i], call.target.marked, call.params[i], call.indices[i])) {
             return false;
+        }
+        // The handler of a get finds nothing where its answer goes.
+        if (type == PLT_REQUEST_SET_OBJECT) {
+            zelto::CopyTerminated(call.params[i].value, elements[i].value);
         }
     }
     FillRoot(call);

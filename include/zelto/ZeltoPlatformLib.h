@@ -92,7 +92,7 @@ typedef struct tZeltoPlatformRequest {
 /* One parameter of an object request. */
 typedef struct tZeltoPlatformObjectParam {
     char paramName[ZELTO_TEXT_SIZE]; /* the name in platform numbering, always terminated */
-    char value[ZELTO_TEXT_SIZE];     /* set: the value, cut to 255 characters; get: filled by the handler */
+    char value[ZELTO_TEXT_SIZE];     /* set: the value, cut to 255 characters; get: empty, for the handler */
     int32_t indexCount;
     int32_t* indices; /* this name's instance numbers; null when there are none */
 } tZeltoPlatformObjectParam;

@@ -136,6 +136,13 @@ TEST_F(GetObjectRequest, DoesNotExpandTheRoot) {
     EXPECT_THAT(Calls(), IsEmpty());
 }
 
+TEST_F(GetObjectRequest, HandsOnNoValueOfTheRequest) {
+    EXPECT_EQ(Request("GET_OBJECT", R"({"PARAMS": [{"NAME": "A", "VALUE": "from the request"}, )"
+                                    R"({"NAME": "B", "VALUE": "Device.Ethernet.Interface.5"}]})"),
+              (TAnswer{0, R"({"PARAMS": [{"NAME": "A", "VALUE": ""}, {"NAME": "B", "VALUE": ""}]})"}));
+    EXPECT_EQ(Calls().at(0).elements.at(0).value, "");
+}
+
 TEST_F(GetObjectRequest, FailsWhenAnElementExpandsToNothing) {
     ReportInstances({});
     EXPECT_EQ(Request("GET_OBJECT", R"({"PARAMS": [{"NAME": "Device.WiFi.SSID.*.SSID"}, {"NAME": "A"}]})"),

@@ -95,6 +95,12 @@ TEST_F(GetObject, AnswersInApplicationNumbering) {
                     Pair("Relative", "=Relative")));
 }
 
+TEST_F(GetObject, HandsOnNoValueOfTheCaller) {
+    ASSERT_EQ(zeltoPlatLibGetObject("Test.Object.", {{"A", "from the caller", false}}, result), 0);
+    EXPECT_EQ(Calls().at(0).elements.at(0).value, "");
+    EXPECT_THAT(result, ElementsAre(Pair("A", "")));
+}
+
 TEST_F(GetObject, TranslatesNothingUnderAMarkedRoot) {
     ScriptObject(PLT_REQUEST_GET_OBJECT, [](tZeltoPlatformObjectRequest& request) {
         for (int32_t i = 0; i < request.paramCount; ++i) {
