@@ -65,18 +65,23 @@ void TakeIndices(const std::string&, const std::string& name) {
 }
 
 void Expand(const std::string&, const std::string& name) {
-    zelto::TExpandedNames expanded;
-    try {
-        expanded = zelto::ExpandName(name);
-    } catch (const fuzz::THandlerFailure&) {
+    const std::size_t star = name.find('*');
+    Require(zelto::IsWildcard(name) == (star != std::string::npos), "a wildcard is known by its star");
+    if (star == std::string::npos) {
         return;
     }
-    const std::size_t star = name.find('*');
-    Require(expanded.fromWildcard == (star != std::string::npos), "only a wildcard is expanded");
-    for (const std::string& one : expanded.names) {
-        const std::size_t fixed = star == std::string::npos ? name.size() : name.size() - 1;
-        Require(one.size() >= fixed, "an expanded name keeps what surrounds the wildcard");
-        Require(one.compare(0, star, name, 0, star) == 0, "an expanded name begins as the wildcard does");
+    try {
+        const zelto::TInstanceNames names(name);
+        std::string one;
+        for (std::size_t i = 0; i < names.Count(); ++i) {
+            names.Write(i, one);
+            Require(one.size() >= name.size(), "a number takes the place of the star");
+            Require(one.compare(0, star, name, 0, star) == 0, "an expanded name begins as the wildcard does");
+            const std::size_t rest = name.size() - star - 1;
+            Require(one.compare(one.size() - rest, rest, name, star + 1, rest) == 0,
+                    "an expanded name ends as the wildcard does");
+        }
+    } catch (const fuzz::THandlerFailure&) {
     }
 }
 

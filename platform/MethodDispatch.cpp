@@ -1,5 +1,6 @@
 // The one road by which requests reach the platform operations: decode, expand, call, encode.
 
+#include "platform/ObjectElements.h"
 #include "platform/PlatformLib.h"
 #include "platform/Wildcards.h"
 #include "protocol/MessageBody.h"
@@ -93,8 +94,10 @@ int ReadEntry(const std::string& name, TPlainWriter& answer) {
 
 // Answers are in the application's numbering.
 int ReadInstances(const std::string& wildcard, TPlainWriter& answer) {
-    TExpandedNames expanded = ExpandName(wildcard);
-    for (std::string& name : expanded.names) {
+    const TInstanceNames names(wildcard);
+    std::string name;
+    for (std::size_t i = 0; i < names.Count(); ++i) {
+        names.Write(i, name);
         std::string value;
         if (ReadValue(name, true, value) != SUCCESS) {
             return FAILURE;
@@ -104,7 +107,7 @@ int ReadInstances(const std::string& wildcard, TPlainWriter& answer) {
         }
         WriteEntry(answer, name, value);
     }
-    return expanded.names.empty() ? FAILURE : SUCCESS;
+    return names.Count() > 0 ? SUCCESS : FAILURE;
 }
 
 // Writes the entries that a name stands for.
@@ -112,14 +115,21 @@ int ReadNames(const std::string& requested, TPlainWriter& answer) {
     return IsWildcard(requested) ? ReadInstances(requested, answer) : ReadEntry(requested, answer);
 }
 
-int SetNames(std::string requested, const std::string& value, bool commit) {
-    const TExpandedNames expanded = ExpandName(std::move(requested));
-    for (const std::string& name : expanded.names) {
-        if (SetValue(name, value, commit, expanded.fromWildcard) != SUCCESS) {
+int SetInstances(const std::string& wildcard, const std::string& value, bool commit) {
+    const TInstanceNames names(wildcard);
+    std::string name;
+    for (std::size_t i = 0; i < names.Count(); ++i) {
+        names.Write(i, name);
+        if (SetValue(name, value, commit, true) != SUCCESS) {
             return FAILURE;
         }
     }
-    return expanded.names.empty() ? FAILURE : SUCCESS;
+    return names.Count() > 0 ? SUCCESS : FAILURE;
+}
+
+int SetNames(const std::string& requested, const std::string& value, bool commit) {
+    return IsWildcard(requested) ? SetInstances(requested, value, commit)
+                                 : SetValue(requested, value, commit, false);
 }
 
 int GetParam(const TMessageBody& request, TPlainWriter& answer) {
@@ -175,24 +185,6 @@ int SetParamArray(const TMessageBody& request, TPlainWriter&) {
         }
     }
     return SUCCESS;
-}
-
-// The elements of an object request, wildcards expanded in place; only those of a set have values. False when
-// one of them expands to nothing.
-bool ReadElements(TRequestMethod method, const TMessageBody& request,
-                  std::vector<TZeltoPlatLibObject>& elements) {
-    elements.reserve(request.Params().size());
-    for (const TBodyEntry& entry : request.Params()) {
-        TExpandedNames expanded = ExpandName(std::string(entry.name));
-        if (expanded.names.empty()) {
-            return false;
-        }
-        const std::string_view value = method == METHOD_SET_OBJECT ? entry.value : std::string_view();
-        for (std::string& name : expanded.names) {
-            elements.push_back({std::move(name), std::string(value), expanded.fromWildcard});
-        }
-    }
-    return true;
 }
 
 int GetObject(const TMessageBody& request, TPlainWriter& answer) {

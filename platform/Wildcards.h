@@ -2,23 +2,38 @@
 #ifndef ZELTO_PLATFORM_WILDCARDS_H
 #define ZELTO_PLATFORM_WILDCARDS_H
 
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace zelto {
 
 bool IsWildcard(std::string_view name);
 
-struct TExpandedNames {
-    std::vector<std::string> names;
-    // The names came from a wildcard and so carry platform instance numbers.
-    bool fromWildcard = false;
-};
+// The names that a wildcard stands for: one for each instance that the platform reports in place of the first
+// "*". They carry platform instance numbers, and the mark "@" when the wildcard does. They are made one at a
+// time, since all copies of a long name would take many times its size.
+class TInstanceNames {
+public:
+    // Asks the platform. There are no names when it fails or reports no instance. Refers to the wildcard.
+    explicit TInstanceNames(const std::string& wildcard);
 
-// The name itself when it holds no "*". Otherwise one name for each instance that the platform reports in
-// place of the first "*", none when the platform fails or reports no instance. The mark "@" is kept.
-TExpandedNames ExpandName(std::string name);
+    std::size_t Count() const { return count; }
+    // Puts a name in place of what `name` held; of a position below the count.
+    void Write(std::size_t position, std::string& name) const;
+
+private:
+    struct TFree {
+        void operator()(int* memory) const { std::free(memory); }
+    };
+
+    std::string prefix;
+    std::string_view suffix;
+    std::unique_ptr<int[], TFree> ids;
+    std::size_t count = 0;
+};
 
 } // namespace zelto
 

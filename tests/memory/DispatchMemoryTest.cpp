@@ -8,10 +8,13 @@
 #include "support/TempDir.h"
 #include "zelto/ZeltoPlatformOps.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <numeric>
 #include <string_view>
+#include <vector>
 
 using memory::TWithoutMemory;
 
@@ -130,6 +133,41 @@ TEST_F(DispatchWithoutMemory, AsksForNoMoreMemoryThanTheRequestBeforeTheFirstNam
     EXPECT_EQ("-1 ", Ask("GET_PARAM_ARRAY", list.c_str()));
     // The list itself takes the size of two views and a flag for each entry, and room for as many again.
     EXPECT_LT(memory::Largest(), ENTRIES * (2 * sizeof(std::string_view) + sizeof(void*)) * 3 / 2);
+}
+
+// What was allocated and not yet released when each name of a request was served.
+std::vector<long> liveBlocks;
+
+int32_t CountBlocks(void* /*record*/) {
+    liveBlocks.push_back(memory::Live());
+    return PLT_SUCCESS;
+}
+
+int32_t GetMostIds(void* record) {
+    int32_t numbers[1 + ZELTO_MAX_OBJECT_IDS] = {ZELTO_MAX_OBJECT_IDS};
+    std::iota(std::begin(numbers) + 1, std::end(numbers), 1);
+    std::memcpy(static_cast<tZeltoPlatformRequest*>(record)->value, numbers, sizeof(numbers));
+    return PLT_SUCCESS;
+}
+
+TEST_F(DispatchWithoutMemory, HoldsOneNameOfAWildcardAtATime) {
+    constexpr long FEW = 20;
+    tZeltoPltFunctionTable entries[] = {Entry("Most.{i}.NameOfAPlaceOnTheHeap", CountBlocks),
+                                        Entry("Most.", Get)};
+    entries[0].handlers[1].handler = CountBlocks;
+    entries[0].paramChangeEvent = false;
+    entries[1].handlers[PLT_REQUEST_GET_OBJECT_IDS].handler = GetMostIds;
+    zelto::AddFunctionTable(entries, static_cast<int32_t>(std::size(entries)));
+    for (const char* const method : {"GET_PARAM", "SET_PARAM"}) {
+        liveBlocks.clear();
+        liveBlocks.reserve(ZELTO_MAX_OBJECT_IDS);
+        LogSpy::SetRecording(false);
+        const long before = memory::Live();
+        EXPECT_EQ('0', Ask(method, R"({"NAME": "Most.*.NameOfAPlaceOnTheHeap"})").front()) << method;
+        LogSpy::SetRecording(true);
+        ASSERT_EQ(std::size_t{ZELTO_MAX_OBJECT_IDS}, liveBlocks.size()) << method;
+        EXPECT_LT(*std::max_element(liveBlocks.begin(), liveBlocks.end()), before + FEW) << method;
+    }
 }
 
 TEST_F(DispatchWithoutMemory, LoadsAnIndexMapWholeOrNotAtAll) {

@@ -1,0 +1,20 @@
+// What an object request works on.
+#ifndef ZELTO_PLATFORM_OBJECT_ELEMENTS_H
+#define ZELTO_PLATFORM_OBJECT_ELEMENTS_H
+
+#include "protocol/MessageBody.h"
+#include "protocol/RequestNames.h"
+#include "zelto/ZeltoPlatformOps.h"
+
+#include <vector>
+
+namespace zelto {
+
+// Takes the elements of an object request, wildcards expanded in place; only those of a set have values.
+// Returns false when one of them expands to nothing.
+bool ReadElements(TRequestMethod method, const TMessageBody& request,
+                  std::vector<TZeltoPlatLibObject>& elements);
+
+} // namespace zelto
+
+#endif
