@@ -115,7 +115,8 @@ public:
                        bool commit);
     int GetParamRemote(const std::string& address, const std::string& name,
                        std::vector<TZeltoAppParam>& params);
-    // `fileData` is replaced by the file, at most 1048575 bytes; an empty file leaves it as it was.
+    // `fileData` is replaced by the file, at most 1048575 bytes; an empty file leaves it as it was. A peer
+    // that sends data with a failure replaces it as well.
     int GetFileRemote(const std::string& address, const std::string& fileName, std::vector<char>& fileData);
     // One exchange: sends a JSON text, receives one and, into `blob` unless null, the data behind it. Returns
     // whether the request was sent; `response` is untouched when no well-formed answer came.

@@ -70,7 +70,10 @@ ZELTO_C_BEGIN
  */
 ZELTO_API void zeltoAppLibInitWithString(const char* clientName);
 
-/* The same under the identity of a party that the system knows by number. */
+/*
+ * The same under the identity of a party that the system knows by number. Other numbers stand for the empty
+ * identity: the application has no name on the bus then, and no later call of these two gives it one.
+ */
 ZELTO_API void zeltoAppLibInit(tZeltoClientId clientId);
 
 /*
@@ -150,7 +153,7 @@ ZELTO_API int zeltoAppLibSetLongParam(tZeltoLongParamRequest* request, bool comm
 /*
  * Requests to a peer gateway at the numeric IP address in `remoteAddress`, over TCP port 42042. They need no
  * zeltoAppLibInit. Once connected, they wait for the peer without a limit. A null record is logged and gives
- * ZELTO_APP_FAILED, as every failure does.
+ * ZELTO_APP_FAILED, as every failure does but a text that is not UTF-8 (ZELTO_APP_NOT_SENT).
  */
 
 /* Writes one parameter of the peer. */
