@@ -20,6 +20,8 @@ constexpr std::chrono::milliseconds DRAIN_LIMIT{2};
 constexpr std::chrono::milliseconds DRAIN_INTERVAL{1000};
 // The bus holds back what the socket does not take, and sends it once there is room.
 constexpr std::chrono::milliseconds BUSY_DRAIN_INTERVAL{10};
+// Whoever stops a party waits for what it sends last, but not for a bus that has not read for so long.
+constexpr std::chrono::milliseconds PATIENCE_OF_THE_STOPPED{50};
 
 } // namespace
 
@@ -96,8 +98,7 @@ bool TClientChannel::Send(DBusMessage* message, TClock::time_point deadline, con
     if (!CanTakeMore() || dbus_connection_send(connection.get(), message, nullptr) == FALSE) {
         return false;
     }
-    TWaiter waiter{nullptr, {}};
-    NoteStall(HasUnsent() && (isHopeless || !WaitUntilDone(waiter, deadline, run)));
+    NoteStall(HasUnsent() && (isHopeless || !WaitUntilSent(deadline, run)));
     return !IsLost();
 }
 
@@ -181,6 +182,17 @@ bool TClientChannel::WaitUntilDone(TWaiter& waiter, TClock::time_point deadline,
     return done;
 }
 
+bool TClientChannel::WaitUntilSent(TClock::time_point deadline, const TRun* run) {
+    TWaiter waiter{nullptr, {}};
+    bool done = WaitUntilDone(waiter, deadline, run);
+    for (bool isRead = true; isRead && !done && !lost && TClock::now() < deadline;) {
+        const unsigned before = readings;
+        done = WaitUntilDone(waiter, std::min(deadline, TClock::now() + PATIENCE_OF_THE_STOPPED), nullptr);
+        isRead = readings != before;
+    }
+    return done;
+}
+
 // The mutex is held: the others' answers may have been dispatched while this thread led.
 void TClientChannel::WakeDone() {
     for (TWaiter* const waiter : waiters) {
@@ -213,6 +225,9 @@ void TClientChannel::Poll(TClock::time_point deadline) {
     pollfd polled[] = {{fd, events, 0}, {kick.Get(), POLLIN, 0}};
     const int ready = poll(polled, 2, PollTimeout(deadline));
     polling = false;
+    if ((polled[0].revents & POLLOUT) != 0) {
+        ++readings;
+    }
     if (ready > 0 && polled[1].revents != 0) {
         eventfd_t ignored = 0;
         (void)eventfd_read(kick.Get(), &ignored);

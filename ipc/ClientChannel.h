@@ -40,8 +40,9 @@ public:
     // if it is one that waits, is interrupted meanwhile.
     TMessageHandle WaitForAnswer(DBusPendingCall* pending, TClock::time_point deadline, const TRun* run);
 
-    // Sends a message that has no answer and waits until it has left, at most until the deadline; after that
-    // it leaves with later messages. False when it cannot be sent.
+    // Sends a message that has no answer and waits until it has left, at most until the deadline, and once
+    // `run` is interrupted only as long as the bus goes on reading; after that it leaves with later messages.
+    // False when it cannot be sent.
     bool Send(DBusMessage* message, TClock::time_point deadline, const TRun* run);
     // Hands a message to libdbus and returns.
     void Post(DBusMessage* message);
@@ -68,6 +69,7 @@ private:
     void NoteStall(bool isStalled);
     bool IsDone(const TWaiter& waiter) const;
     bool WaitUntilDone(TWaiter& waiter, TClock::time_point deadline, const TRun* run);
+    bool WaitUntilSent(TClock::time_point deadline, const TRun* run);
     void LeadOnce(const TWaiter& waiter, TClock::time_point deadline);
     void Poll(TClock::time_point deadline);
     bool CanReadOrSend() const;
@@ -84,6 +86,7 @@ private:
     std::atomic<bool> stalled{false};  // a message did not leave in time
     std::atomic<long> stalledBytes{0}; // that waited to be sent then
     std::atomic<bool> busy{false};
+    std::atomic<unsigned> readings{0}; // times that the bus was found to have room for what waits to be sent
 
     std::mutex mutex;
     bool leading = false;

@@ -186,5 +186,6 @@ void TZeltoDBus::Stop() {
     if (run) {
         run->RequestStop();
     }
+    own->AwaitStopped();
     TZeltoIpc::Stop();
 }

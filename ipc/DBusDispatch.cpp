@@ -20,6 +20,8 @@ namespace {
 constexpr int32_t REPLY_FLUSH_MS = 2000;
 // Where an earlier one has not left in that time, so that not every caller has to wait for it.
 constexpr int32_t LATER_REPLY_FLUSH_MS = 50;
+// Whoever stops the party waits for its last reply, but not for a bus that has not read for so long.
+constexpr int32_t STOPPED_FLUSH_MS = 50;
 // How often an idle party looks at what has arrived on its client connection unasked.
 constexpr int32_t DRAIN_INTERVAL_MS = 5000;
 constexpr int32_t BUSY_DRAIN_INTERVAL_MS = 20;
@@ -47,20 +49,24 @@ private:
     TIncoming* const outer;
 };
 
-// Waits, at most until the deadline or an interruption, for the queued messages to leave; what is left leaves
-// with later turns.
+// Waits, at most until the deadline, for the queued messages to leave; what is left leaves with later turns.
+// Once the run is stopped there may be none: then it waits as long as the bus goes on reading.
 void FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
     TRun* const run = TRun::OfThisThread();
-    while (dbus_connection_has_messages_to_send(connection) != FALSE && TClock::now() < deadline &&
-           !(run != nullptr && run->IsInterrupted())) {
-        // A run that the callback itself has stopped stays readable.
-        const int wakeFd = run == nullptr || run->IsStopping() ? -1 : run->GetWakeFd();
+    while (dbus_connection_has_messages_to_send(connection) != FALSE && TClock::now() < deadline) {
+        const bool isStopped = run != nullptr && run->IsStopping();
+        // A run that is stopped stays readable.
+        const int wakeFd = run == nullptr || isStopped ? -1 : run->GetWakeFd();
         pollfd polled[] = {{-1, POLLOUT, 0}, {wakeFd, POLLIN, 0}};
         if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
             return;
         }
-        if (poll(polled, 2, PollTimeout(deadline)) > 0 && run != nullptr && polled[1].revents != 0) {
+        const auto patience = isStopped ? std::min(deadline, DeadlineAfter(STOPPED_FLUSH_MS)) : deadline;
+        const int ready = poll(polled, 2, PollTimeout(patience));
+        if (ready > 0 && run != nullptr && polled[1].revents != 0) {
             run->ClearWake(); // the next turn looks at the link anyway
+        } else if (ready == 0 && run != nullptr && run->IsInterrupted()) {
+            return;
         }
         if (dbus_connection_read_write(connection, 0) == FALSE) {
             return;
@@ -102,13 +108,11 @@ void TZeltoDBus::MainLoop() {
         return;
     }
     const TRun::TThreadScope threadScope(run.get());
-    TPrivate::TLoop loop{run.get(), nullptr};
-    keep->EnterLoop(loop);
+    const TPrivate::TLoop loop(*keep, *run);
     while (running && run->Lead()) {
         Contain([&] { keep->DispatchTurn(*run); });
         run->Unlead();
     }
-    keep->LeaveLoop(loop);
 }
 
 void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {

@@ -257,16 +257,32 @@ bool TZeltoDBus::TPrivate::TryReconnect() {
     return true;
 }
 
+bool TZeltoDBus::TPrivate::HasStoppedLoop() const {
+    for (const TLoop* loop = loops; loop != nullptr; loop = loop->next) {
+        if (loop->run.IsStopping()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void TZeltoDBus::TPrivate::AwaitStopped() {
+    const TRun* const here = TRun::OfThisThread();
+    if (here != nullptr && here->IsOf(this)) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(mutex);
+    for (const TLoop* loop = loops; loop != nullptr; loop = loop->next) {
+        if (loop->run.IsStopping()) {
+            loop->run.Interrupt();
+        }
+    }
+    loopEnded.wait(lock, [this] { return !HasStoppedLoop(); });
+}
+
 void TZeltoDBus::TPrivate::Close() {
     {
-        std::unique_lock<std::mutex> lock(mutex);
-        const TRun* const here = TRun::OfThisThread();
-        if (here == nullptr || !here->IsOf(this)) {
-            for (const TLoop* left = loops; left != nullptr; left = left->next) {
-                left->run->Interrupt();
-            }
-            loopEnded.wait(lock, [this] { return loops == nullptr; });
-        }
+        const std::lock_guard<std::mutex> lock(mutex);
         party = nullptr;
         link = nullptr;
     }
@@ -284,26 +300,27 @@ void TZeltoDBus::TPrivate::Resume(const std::function<void()>& start) {
     }
 }
 
-void TZeltoDBus::TPrivate::EnterLoop(TLoop& loop) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    loop.next = loops;
-    loops = &loop;
+TZeltoDBus::TPrivate::TLoop::TLoop(TPrivate& loopParty, TRun& loopRun)
+    : party(loopParty), run(loopRun), next(nullptr) {
+    const std::lock_guard<std::mutex> lock(party.mutex);
+    next = party.loops;
+    party.loops = this;
 }
 
-void TZeltoDBus::TPrivate::LeaveLoop(const TLoop& loop) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    TLoop** place = &loops;
-    while (*place != &loop) {
+TZeltoDBus::TPrivate::TLoop::~TLoop() {
+    const std::lock_guard<std::mutex> lock(party.mutex);
+    TLoop** place = &party.loops;
+    while (*place != this) {
         place = &(*place)->next;
     }
-    *place = loop.next;
-    loopEnded.notify_all();
+    *place = next;
+    party.loopEnded.notify_all();
 }
 
 TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::BeginRun() {
     const std::lock_guard<std::mutex> lock(mutex);
     if (!run) {
-        run = std::make_shared<TRun>(this);
+        run = std::make_shared<TRun>(this, lead);
         process = getpid();
     }
     return run;

@@ -55,8 +55,7 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     void DropDeadLink();
     // The link is dead: gives it up, if it still is the party's, and starts to get another one.
     void LoseLink(const TLinkRef& dead);
-    // The party is being destroyed. Waits for a dispatch thread that stopped its own party in a callback and
-    // has not come back from it, unless this is that thread.
+    // The party, which has been stopped, is being destroyed.
     void Close();
 
     // Starts the dispatch threads again after they were stopped for a new name. When it throws, because there
@@ -64,14 +63,22 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     // of whatever name, starts them.
     void Resume(const std::function<void()>& start);
 
-    // A dispatch thread in its loop. It lies on that thread's stack: without memory the loop begins all the
-    // same.
-    struct TLoop {
-        zelto::TRun* run;
+    // A dispatch thread in its loop, for the length of a scope. It lies on that thread's stack: without
+    // memory the loop begins all the same.
+    class TLoop {
+    public:
+        TLoop(TPrivate& loopParty, zelto::TRun& loopRun);
+        ~TLoop();
+        TLoop(const TLoop&) = delete;
+        TLoop& operator=(const TLoop&) = delete;
+
+        TPrivate& party;
+        zelto::TRun& run;
         TLoop* next;
     };
-    void EnterLoop(TLoop& loop);
-    void LeaveLoop(const TLoop& loop);
+    // Waits for the callbacks that are in progress in stopped runs, those too that have stopped their own,
+    // and ends the calls that they have under way. Does nothing on a dispatch thread of this party.
+    void AwaitStopped();
 
     // The run that is under way; a new one when there is none.
     TRunRef BeginRun();
@@ -107,6 +114,7 @@ private:
     bool TryReconnect();
     void ShowLink();
     void ShowNames();
+    bool HasStoppedLoop() const;
 
     std::atomic<pid_t> process{0}; // that made the connections or the threads; 0 while there are none
     std::mutex mutex;              // guards everything below, and the party's members that show it
@@ -114,6 +122,7 @@ private:
     TLinkRef link;
     TNamesRef names;
     TRunRef run;
+    const std::shared_ptr<zelto::TLead> lead = std::make_shared<zelto::TLead>();
     zelto::TLinkPlan plan;
     bool isLost = false; // there was a link and the bus has taken it away
     zelto::TReconnector reconnector;

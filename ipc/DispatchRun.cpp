@@ -15,7 +15,8 @@ thread_local TRun* runOfThisThread = nullptr;
 
 } // namespace
 
-TRun::TRun(const void* runOwner) : owner(runOwner), wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+TRun::TRun(const void* runOwner, std::shared_ptr<TLead> partyLead)
+    : owner(runOwner), wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), lead(std::move(partyLead)) {
     if (!wake) {
         throw std::runtime_error("eventfd failed");
     }
@@ -38,16 +39,16 @@ void TRun::RequestStop() {
     if (OfThisThread() != this) {
         Interrupt();
     }
-    const std::lock_guard<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> lock(lead->mutex);
     stopping = true;
-    leadIsFree.notify_all();
+    lead->isFree.notify_all();
     Wake();
 }
 
 void TRun::Interrupt() {
     std::shared_ptr<TBusLink> waitedOn;
     {
-        const std::lock_guard<std::mutex> lock(mutex);
+        const std::lock_guard<std::mutex> lock(lead->mutex);
         interrupted = true;
         waitedOn = waiting;
     }
@@ -57,19 +58,19 @@ void TRun::Interrupt() {
 }
 
 bool TRun::Lead() {
-    std::unique_lock<std::mutex> lock(mutex);
-    leadIsFree.wait(lock, [this] { return stopping || !led; });
+    std::unique_lock<std::mutex> lock(lead->mutex);
+    lead->isFree.wait(lock, [this] { return stopping || !lead->isTaken; });
     if (stopping) {
         return false;
     }
-    led = true;
+    lead->isTaken = true;
     return true;
 }
 
 void TRun::Unlead() {
-    const std::lock_guard<std::mutex> lock(mutex);
-    led = false;
-    leadIsFree.notify_one();
+    const std::lock_guard<std::mutex> lock(lead->mutex);
+    lead->isTaken = false;
+    lead->isFree.notify_one();
 }
 
 void TRun::Wake() {
@@ -77,7 +78,7 @@ void TRun::Wake() {
 }
 
 void TRun::ClearWake() {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> lock(lead->mutex);
     if (!stopping) {
         eventfd_t ignored = 0;
         (void)eventfd_read(wake.Get(), &ignored);
@@ -85,7 +86,7 @@ void TRun::ClearWake() {
 }
 
 void TRun::SetWaiting(std::shared_ptr<TBusLink> link) {
-    const std::lock_guard<std::mutex> lock(mutex);
+    const std::lock_guard<std::mutex> lock(lead->mutex);
     waiting = std::move(link);
 }
 

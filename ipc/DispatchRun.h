@@ -2,7 +2,8 @@
 //
 // They take turns as leader: the leader waits for messages and hands them on, the others wait until it has
 // done so. A thread that is still in a callback when its run is stopped, because the callback stopped it,
-// finds its own run stopped even when another one has begun.
+// finds its own run stopped even when another one has begun. It keeps the lead until it is back: the threads
+// of the other run would wait inside libdbus for it otherwise, where nobody can stop them.
 #ifndef ZELTO_IPC_DISPATCH_RUN_H
 #define ZELTO_IPC_DISPATCH_RUN_H
 
@@ -17,11 +18,18 @@ namespace zelto {
 
 struct TBusLink;
 
+// What all runs of a party share.
+struct TLead {
+    std::mutex mutex;
+    std::condition_variable isFree;
+    bool isTaken = false;
+};
+
 class TRun {
 public:
     // `runOwner` only tells runs of different parties apart. Throws std::runtime_error when the process has
     // no descriptor left.
-    explicit TRun(const void* runOwner);
+    TRun(const void* runOwner, std::shared_ptr<TLead> partyLead);
 
     // The run that the current thread dispatches for; null on any other thread.
     static TRun* OfThisThread();
@@ -63,9 +71,7 @@ private:
     std::atomic<bool> stopping{false};
     std::atomic<bool> interrupted{false};
     TUniqueFd wake;
-    std::mutex mutex;
-    std::condition_variable leadIsFree;
-    bool led = false;
+    const std::shared_ptr<TLead> lead; // its mutex guards the rest as well
     std::shared_ptr<TBusLink> waiting;
 };
 

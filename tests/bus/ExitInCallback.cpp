@@ -1,4 +1,5 @@
-// Ends itself from an event callback of the process-wide transport.
+// Ends itself from an event callback of the process-wide transport; with an argument, after giving that
+// another identity.
 
 #include "bus/Party.h"
 
@@ -6,10 +7,14 @@
 #include <cstdlib>
 #include <thread>
 
-int main() {
+int main(int argc, char**) {
     TZeltoIpc* const ipc = getZeltoIpcInstance();
-    party::TListener listener([](const std::string& name, const std::string&) {
+    party::TListener listener([ipc, argc](const std::string& name, const std::string&) {
         if (name == "END") {
+            if (argc > 1) {
+                ipc->Init("RENAMED");
+                ipc->SendEvent("RENAMED", ""); // wakes the new threads, too
+            }
             std::exit(5);
         }
     });

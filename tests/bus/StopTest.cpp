@@ -306,4 +306,11 @@ TEST(Exit, FromACallbackEndsTheProcess) {
     EXPECT_EQ(child.WaitForExit(), std::optional<int>(5)) << child.Errors();
 }
 
+TEST(Exit, FromACallbackThatHasRestartedItsPartyEndsTheProcess) {
+    support::TChildProcess::TOptions options;
+    options.environment = {{"TSAN_OPTIONS", "report_destroy_locked=0"}};
+    support::TChildProcess child({EXIT_IN_CALLBACK_PATH, "renamed"}, options);
+    EXPECT_EQ(child.WaitForExit(), std::optional<int>(5)) << child.Errors();
+}
+
 } // namespace
