@@ -1,5 +1,6 @@
 #include "ipc/DBusNames.h"
 
+#include "ipc/TextLimit.h"
 #include "utils/Log.h"
 
 #include <dbus/dbus.h>

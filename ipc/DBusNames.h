@@ -19,8 +19,6 @@ constexpr const char* CLIENT_NAME_SUFFIX = "_CLIENT";
 constexpr const char* WAKE_UP_MEMBER = "Disconnected";
 
 constexpr std::size_t MAX_IDENTITY_LENGTH = 200;
-// The daemon drops a sender of more than 32 MiB.
-constexpr std::size_t MAX_TEXT_LENGTH = std::size_t{16} * 1024 * 1024;
 
 // Letters, digits and '_', not beginning with a digit: an element of both a bus name and an object path.
 bool IsIdentity(const std::string& text);

@@ -1,5 +1,6 @@
 // The one road by which requests reach the platform operations: decode, expand, call, encode.
 
+#include "ipc/TextLimit.h"
 #include "platform/ObjectElements.h"
 #include "platform/PlatformLib.h"
 #include "platform/Wildcards.h"
@@ -92,6 +93,13 @@ int ReadEntry(const std::string& name, TPlainWriter& answer) {
     return SUCCESS;
 }
 
+// Whether a list of entries is longer than any answer that can be sent. It is then given up, or a small
+// request would have gigabytes made for nothing.
+bool IsTooLong(const TPlainWriter& answer) {
+    constexpr std::string_view ENDING = "]}";
+    return answer.Size() + ENDING.size() > MAX_TEXT_LENGTH;
+}
+
 // Answers are in the application's numbering.
 int ReadInstances(const std::string& wildcard, TPlainWriter& answer) {
     const TInstanceNames names(wildcard);
@@ -106,6 +114,9 @@ int ReadInstances(const std::string& wildcard, TPlainWriter& answer) {
             referResponseIndexMap(name);
         }
         WriteEntry(answer, name, value);
+        if (IsTooLong(answer)) {
+            return FAILURE;
+        }
     }
     return names.Count() > 0 ? SUCCESS : FAILURE;
 }
@@ -164,7 +175,7 @@ int GetParamArray(const TMessageBody& request, TPlainWriter& answer) {
     std::string name;
     for (const TBodyEntry& entry : request.Params()) {
         name = entry.name;
-        if (ReadNames(name, answer) != SUCCESS) {
+        if (ReadNames(name, answer) != SUCCESS || IsTooLong(answer)) {
             return FAILURE;
         }
     }
@@ -197,6 +208,9 @@ int GetObject(const TMessageBody& request, TPlainWriter& answer) {
     answer.BeginList(KEY_PARAMS);
     for (const auto& [name, value] : result) {
         WriteEntry(answer, name, value);
+        if (IsTooLong(answer)) {
+            return FAILURE;
+        }
     }
     answer.EndList();
     return SUCCESS;
@@ -310,6 +324,10 @@ int WorkRequest(const TMethodRow& row, std::string_view input, std::string& outp
     }
     TPlainWriter answer;
     const int status = row.work(request, answer);
+    if (status != SUCCESS && IsTooLong(answer)) {
+        qvLogging_log(LOG_LEVEL_ERROR, "\"The answer of %s is longer than 16 MiB\"",
+                      METHOD_NAMES[row.method]);
+    }
     if (status != SUCCESS || answer.IsEmpty()) {
         return status;
     }

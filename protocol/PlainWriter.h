@@ -36,6 +36,8 @@ public:
 
     // Whether no key has been written.
     bool IsEmpty() const { return used == 1; }
+    // Bytes written so far.
+    std::size_t Size() const { return used; }
 
     // Ends the object and hands over its text; the writer is used up.
     std::string Take();

@@ -135,6 +135,23 @@ TEST_F(DispatchWithoutMemory, AsksForNoMoreMemoryThanTheRequestBeforeTheFirstNam
     EXPECT_LT(memory::Largest(), ENTRIES * (2 * sizeof(std::string_view) + sizeof(void*)) * 3 / 2);
 }
 
+// Nor any elements.
+TEST_F(DispatchWithoutMemory, MakesNoRecordsOfAnObjectRequestThatIsTooLong) {
+    constexpr int ENTRIES = 700000;
+    std::string list = R"({"PARAMS": [{})";
+    for (int entry = 1; entry < ENTRIES; ++entry) {
+        list += ",{}";
+    }
+    list += "]}";
+    LogSpy::SetRecording(false); // megabytes
+    for (const char* const method : {"GET_OBJECT", "SET_OBJECT"}) {
+        memory::ResetLargest();
+        EXPECT_EQ("-1 ", Ask(method, list.c_str())) << method;
+        EXPECT_LT(memory::Largest(), ENTRIES * sizeof(TZeltoPlatLibObject)) << method;
+    }
+    LogSpy::SetRecording(true);
+}
+
 // What was allocated and not yet released when each name of a request was served.
 std::vector<long> liveBlocks;
 

@@ -33,6 +33,14 @@ TEST(PlainWriter, WritesKeysInOrder) {
     EXPECT_EQ(writer.Take(), R"({"B": "x", "A": true, "C": false, "D": null, "E": -2147483648})");
 }
 
+TEST(PlainWriter, TellsHowMuchIsWritten) {
+    TPlainWriter writer;
+    writer.Reserve(1000);
+    EXPECT_EQ(writer.Size(), 1U);
+    writer.Text("K", "\x01", "text");
+    EXPECT_EQ(writer.Size(), std::string(R"({"K": "\u0001")").size());
+}
+
 TEST(PlainWriter, WritesLists) {
     TPlainWriter writer;
     writer.BeginList("EMPTY");
