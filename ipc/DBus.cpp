@@ -179,13 +179,11 @@ void TZeltoDBus::Stop() {
         new std::vector<std::thread>(std::move(threads));
         return;
     }
-    const auto run = own->TakeRun();
+    own->StopRun();
     if (running.exchange(false)) {
         TryToWakeUp(own->GetLink(), identity);
     }
-    if (run) {
-        run->RequestStop();
-    }
     own->AwaitStopped();
+    own->StopRun(); // a callback that was waited for may have begun another
     TZeltoIpc::Stop();
 }

@@ -146,6 +146,9 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
     DropDeadLink();
     const TPosition former = GetPosition();
     const bool canRename = former.link && !former.link->isMonitor;
+    if (canRename && ProbeBus() == TBusState::SILENT) {
+        Fail("dbus_bus_release_name - The bus does not answer.");
+    }
     try {
         if (canRename) {
             party->ReleaseBusName();
@@ -331,9 +334,11 @@ TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::GetRun() {
     return run;
 }
 
-TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::TakeRun() {
+void TZeltoDBus::TPrivate::StopRun() {
     const std::lock_guard<std::mutex> lock(mutex);
-    return std::exchange(run, nullptr);
+    if (const TRunRef stopped = std::exchange(run, nullptr)) {
+        stopped->RequestStop();
+    }
 }
 
 void TZeltoDBus::TPrivate::WakeDispatch() {

@@ -83,7 +83,7 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     // The run that is under way; a new one when there is none.
     TRunRef BeginRun();
     TRunRef GetRun();
-    TRunRef TakeRun();
+    void StopRun();
     // An idle dispatch thread looks anew at what there is to do.
     void WakeDispatch();
 

@@ -93,8 +93,9 @@ public:
                            TMethodSettings& settings) = 0;
     // Calls the registered handler; -1 with `result` untouched when there is none. Called by the transport.
     int OnMethodCall(const std::string& method, const std::string& request, std::string& result) override;
-    // Stops the dispatch threads and waits for them, a callback in progress included; a call that the
-    // callback has under way ends with -1. On a dispatch thread it does not wait for that thread itself.
+    // Stops the dispatch threads and waits for them, a callback in progress included, which must not wait for
+    // the caller; a call that the callback has under way ends with -1. On a dispatch thread it does not wait
+    // for that thread itself.
     virtual void Stop();
 
     // To be called before Run; takes no lock.

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
 #include <stdexcept>
 
 using namespace busparty;
@@ -15,6 +17,8 @@ namespace {
 
 const bool BUS_READY = TBusEnvironment::Register();
 
+// Less than libdbus would wait.
+constexpr std::chrono::seconds BOUND{10};
 // More than a socket takes and more than may wait to be sent.
 const std::string LARGE_TEXT(4U * 1024 * 1024, 'x');
 
@@ -56,4 +60,29 @@ TEST_F(HungBus, FailsACallBehindTheLargeEventAtOnce) {
     EXPECT_THROW(serving.party.CallMethod("ECHO", "", result, settings), std::runtime_error);
     EXPECT_EQ("before", result);
     EXPECT_TRUE(LogSpy::Contains(3, "\"dbus_connection_send_with_reply failed\""));
+}
+
+TEST_F(HungBus, RefusesAnotherIdentitySoon) {
+    TBusEnvironment::Bus().Hang();
+    auto renaming = std::async(
+        std::launch::async, [this] { EXPECT_THROW(serving.party.Init("OTHER_PARTY"), std::runtime_error); });
+    EXPECT_EQ(renaming.wait_for(BOUND), std::future_status::ready);
+    TBusEnvironment::Bus().Resume();
+}
+
+TEST_F(HungBus, LetsStopEndWhileACallbackWantsAnotherIdentity) {
+    std::promise<void> entered;
+    THandler handler([&](const std::string&, std::string&) {
+        TBusEnvironment::Bus().Hang();
+        entered.set_value();
+        EXPECT_THROW(serving.party.Init("OTHER_PARTY"), std::runtime_error);
+        return 0;
+    });
+    serving.party.AddMethodHandler("RENAME", &handler);
+    TRawPeer caller(BusAddress());
+    caller.Post(PartyTarget("PARTY", "RENAME"), {std::string()});
+    ASSERT_EQ(entered.get_future().wait_for(BOUND), std::future_status::ready);
+    auto stopping = std::async(std::launch::async, [this] { serving.party.Stop(); });
+    EXPECT_EQ(stopping.wait_for(BOUND), std::future_status::ready);
+    TBusEnvironment::Bus().Resume();
 }

@@ -17,7 +17,9 @@ namespace {
 
 const bool BUS_READY = TBusEnvironment::Register();
 
-constexpr std::chrono::seconds BOUND{5};
+// Less than an idle dispatch thread sleeps.
+constexpr std::chrono::seconds BOUND{4};
+constexpr int ROUNDS = 50;
 // Time enough for the new threads to come to wherever they wait.
 constexpr int CALLS_AFTER_RESTART = 50;
 
@@ -49,6 +51,26 @@ protected:
         return code;
     }
 
+    // Has the handler do this, and gives what becomes of a Stop on another thread meanwhile.
+    std::future_status StopDuring(std::function<int()> chosenAction) {
+        std::promise<void> entered;
+        action = [&] {
+            entered.set_value();
+            return chosenAction();
+        };
+        TRawPeer caller(BusAddress());
+        caller.Post(PartyTarget("BEFORE", "ACT"), {std::string()});
+        entered.get_future().wait_for(BOUND);
+        auto stopping = std::async(std::launch::async, [this] { party.Stop(); });
+        return stopping.wait_for(BOUND);
+    }
+
+    int CallNobody() {
+        std::string ignored;
+        TZeltoIpc::TMethodSettings settings{"SILENT", 60};
+        return party.CallMethod("NEVER", "", ignored, settings);
+    }
+
     std::function<int()> action;
     THandler handler{[this](const std::string&, std::string& result) {
         result = "acted";
@@ -57,6 +79,7 @@ protected:
     const std::unique_ptr<TRawPeer> other = MakeRawServerWith("OTHER", [](const TRawMessage&) {
         return TRawArguments{std::string("answered"), int32_t{0}};
     });
+    const std::unique_ptr<TRawPeer> silent = MakeRawServer("SILENT", [](TRawPeer&, const TRawMessage&) {});
     TAccessParty party;
 };
 
@@ -88,15 +111,12 @@ TEST_P(RestartInCallback, MayStopAgain) {
 }
 
 TEST_P(RestartInCallback, IsWaitedForByStop) {
-    const auto silent = MakeRawServer("SILENT", [](TRawPeer&, const TRawMessage&) {});
     std::atomic<int> code{0};
     std::atomic<bool> isBack{false};
     action = [&] {
         party.Stop();
         party.Run();
-        std::string ignored;
-        TZeltoIpc::TMethodSettings settings{"SILENT", 60};
-        code = party.CallMethod("NEVER", "", ignored, settings);
+        code = CallNobody();
         isBack = true;
         return 0;
     };
@@ -107,4 +127,24 @@ TEST_P(RestartInCallback, IsWaitedForByStop) {
     ASSERT_EQ(stopping.wait_for(BOUND), std::future_status::ready);
     EXPECT_TRUE(isBack);
     EXPECT_EQ(code, -1);
+}
+
+TEST_P(RestartInCallback, DoesNotKeepAStopThatHasBegun) {
+    EXPECT_EQ(std::future_status::ready, StopDuring([this] {
+                  const int code = CallNobody(); // until that Stop
+                  party.Stop();
+                  party.Run();
+                  return code;
+              }));
+}
+
+TEST_P(RestartInCallback, MayStopAtTheSameTimeAsOthers) {
+    for (int round = 0; round < ROUNDS; ++round) {
+        ASSERT_EQ(std::future_status::ready, StopDuring([this] {
+                      party.Stop();
+                      return CallNobody();
+                  }))
+            << round;
+        party.Run();
+    }
 }
