@@ -8,7 +8,8 @@
 #include <map>
 #include <string>
 
-// Filled at start, only read afterwards, without a lock. Slot k of a stored entry serves request type k.
+// Filled while no request is worked on, since it is read without a lock. Slot k of a stored entry serves
+// request type k.
 extern std::map<std::string, tZeltoPltFunctionTable, std::less<>> zeltoPlatFunctionMap;
 
 namespace zelto {

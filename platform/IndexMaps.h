@@ -12,7 +12,7 @@ namespace zelto {
 // - a number that does not convert, an element that is no single pair, more than ZELTO_INDEX_MAP_MODELS data
 //   models and more than ZELTO_INDEX_MAP_PAIRS pairs in one: one line at error level names the file and the
 //   fault.
-// Throws nothing but std::bad_alloc. To be called before requests are served: readers take no lock.
+// Throws nothing but std::bad_alloc. To be called while no request is worked on: readers take no lock.
 bool LoadIndexMapFile(const char* path);
 
 } // namespace zelto

@@ -18,10 +18,36 @@ namespace {
 
 constexpr const char* HELPER_COMMAND = "zelto_manager_helper.sh";
 
-void ServeRequests() {
+// Whether an earlier start has registered for requests, so that the tables may be in use.
+bool isRegistered = false;
+
+void PrepareParty(const tZeltoPlatformLibTable& table) {
+    AddFunctionTable(table.entries, table.count);
+    if (table.indexMapPath != nullptr) {
+        // A file that cannot be used leaves the built-in maps in force, and start-up goes on.
+        static_cast<void>(LoadIndexMapFile(table.indexMapPath));
+    }
     platformIpc->Init(platformMapper->MapClientIdToStr(ZELTO_DISPATCHER));
+    isRegistered = true;
     for (const char* const method : METHOD_NAMES) {
         platformIpc->AddMethodHandler(method, PlatformMethodHandler());
+    }
+}
+
+// Requests read the tables without a lock. So while those change nobody serves; what arrives waits at the bus
+// and is answered afterwards.
+void ServeRequests(const tZeltoPlatformLibTable& table) {
+    const bool isRestart = isRegistered;
+    if (isRestart) {
+        platformIpc->Stop();
+    }
+    try {
+        PrepareParty(table);
+    } catch (...) {
+        if (isRestart) {
+            platformIpc->Run();
+        }
+        throw;
     }
     platformIpc->Run();
 }
@@ -46,12 +72,7 @@ void zeltoPlatformLibInit(const tZeltoPlatformLibTable* table) {
                   table->count);
     // The callers are C programs, so no exception leaves.
     try {
-        zelto::AddFunctionTable(table->entries, table->count);
-        if (table->indexMapPath != nullptr) {
-            // A file that cannot be used leaves the built-in maps in force, and start-up goes on.
-            static_cast<void>(zelto::LoadIndexMapFile(table->indexMapPath));
-        }
-        zelto::ServeRequests();
+        zelto::ServeRequests(*table);
         zelto::RunHelper();
     } catch (const std::exception& error) {
         qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"%s\"", error.what());

@@ -126,9 +126,16 @@ ZELTO_C_BEGIN
  * file leaves the built-in maps in force), takes the identity "ZELTO_DISPATCHER" on the bus, serves the
  * twelve request methods, and runs the shell command "zelto_manager_helper.sh", waiting for it.
  *
- * Call it from one thread at start. A second call adds its entries to those there and repeats the other
- * steps. A later entry of the same name replaces the earlier one whole. Failures (no bus, for example) are
- * logged and not reported; never throws for them. `table` must not be null.
+ * May be called again, by one thread at a time, handlers included, while requests are served: it adds its
+ * entries to those there and repeats the other steps. A later entry of the same name replaces the earlier one
+ * whole. Requests from the bus that arrive meanwhile wait and are answered. It waits for a handler in
+ * progress, so no lock may be held that a handler takes; a call to another party which that handler has under
+ * way ends with -1. Functions of this library that look up names (zeltoPlatLib..., the dispatcher, those of
+ * ZeltoPlatformNames.h) must not run on other threads of the manager meanwhile.
+ *
+ * Failures (no bus, for example) are logged and not reported; never throws for them. A later call that fails
+ * leaves the party serving as before, but for want of threads, or of memory to start them: then nobody serves
+ * until the next call. `table` must not be null.
  */
 ZELTO_API void zeltoPlatformLibInit(const tZeltoPlatformLibTable* table);
 

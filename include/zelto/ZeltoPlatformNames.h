@@ -1,8 +1,8 @@
 // Instance numbers: applications number some tables differently from the platform. These are the tables that
 // relate the two numberings, and the functions that rewrite names from one to the other.
 //
-// The tables are written by zeltoPlatformLibInit only, before requests are served, and only read afterwards;
-// reading takes no lock.
+// The tables are written by zeltoPlatformLibInit only, while no request from the bus is worked on. Reading
+// takes no lock, so nobody else may read them meanwhile.
 #ifndef ZELTO_PLATFORM_NAMES_H
 #define ZELTO_PLATFORM_NAMES_H
 

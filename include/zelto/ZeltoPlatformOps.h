@@ -1,6 +1,6 @@
 // The platform operations: each turns one request into one call of a handler from the manager's table. The
 // method dispatcher calls them for requests from the bus; the manager may call them directly, from any
-// thread.
+// thread, but not while zeltoPlatformLibInit runs on another one.
 #ifndef ZELTO_PLATFORM_OPS_H
 #define ZELTO_PLATFORM_OPS_H
 

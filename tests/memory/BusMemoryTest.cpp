@@ -1,11 +1,13 @@
 // Parties on the bus while memory runs out: nobody loses a lock, a thread or its name.
 
 #include "WithoutMemory.h"
+#include "unit/platform/ScriptedPlatform.h"
 
 #include "support/BusEnvironment.h"
 #include "zelto/TZeltoIpc.h"
 
 #include <atomic>
+#include <cstring>
 #include <memory>
 
 using memory::TOutcome;
@@ -117,6 +119,38 @@ TEST_F(BusWithoutMemory, ServesUnderOneOfBothNames) {
         return Call(*caller, identity);
     };
     Examine(rename, echoed);
+}
+
+int32_t GiveValue(void* record) {
+    (void)std::strcpy(static_cast<tZeltoPlatformRequest*>(record)->value, "a value");
+    return PLT_SUCCESS;
+}
+
+// Whatever allocation of a second start fails, the next one serves.
+TEST_F(BusWithoutMemory, StartsThePlatformSideAgain) {
+    constexpr std::size_t MOST_ALLOCATIONS = 1000;
+    const scripted::THelperScript helper("exit 0");
+    const std::string maps = helper.Directory().Write(
+        "map", R"({"DATA_MODELS": [{"NAME": "Device.Ethernet.Interface.", "INDEX_MAP": [{"1": "5"}]}]})");
+    tZeltoPltFunctionTable entry{};
+    entry.name = "*";
+    entry.handlers[0] = {PLT_REQUEST_GET_PARAM, GiveValue};
+    const tZeltoPlatformLibTable table{&entry, 1, maps.c_str()};
+    zeltoPlatformLibInit(&table);
+    LogSpy::SetRecording(false);
+    bool hasFailed = true;
+    for (std::size_t n = 1; hasFailed && !HasFailure(); ++n) {
+        ASSERT_LT(n, MOST_ALLOCATIONS);
+        memory::FailAt(n, memory::ONCE);
+        zeltoPlatformLibInit(&table);
+        hasFailed = memory::Stop();
+        zeltoPlatformLibInit(&table);
+        TZeltoIpc::TMethodSettings settings{"ZELTO_DISPATCHER", TIMEOUT};
+        std::string value;
+        EXPECT_EQ(0, caller->CallMethod("GET_LONG_PARAM", R"({"NAME": "A"})", value, settings)) << n;
+        EXPECT_EQ(R"({"VALUE": "a value"})", value) << n;
+    }
+    LogSpy::SetRecording(true);
 }
 
 // Whatever allocation fails in the attempts to.
