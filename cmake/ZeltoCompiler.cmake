@@ -21,7 +21,9 @@ target_compile_options(zelto_compiler INTERFACE
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety>
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Werror=thread-safety>
   $<$<BOOL:${ZELTO_WERROR}>:-Werror>
-  -fstack-protector-strong)
+  -fstack-protector-strong
+  # gcc collects its garbage more often than these sources need, for a fourteenth of its time.
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:--param=ggc-min-heapsize=1048576>)
 
 # A sanitizer brings run-time checks of its own, which the fortified calls would hide.
 if(ZELTO_SANITIZE)
