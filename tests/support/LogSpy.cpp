@@ -11,6 +11,8 @@
 #include <mutex>
 #include <sstream>
 
+#include <pthread.h>
+
 namespace {
 
 struct TStore {
@@ -20,9 +22,18 @@ struct TStore {
     std::atomic<bool> recording{true};
 };
 
+TStore& Store();
+
+// A child that is forked off while another thread logs must not find the store locked.
+TStore* NewStore() {
+    (void)pthread_atfork([] { Store().mutex.lock(); }, [] { Store().mutex.unlock(); },
+                         [] { Store().mutex.unlock(); }); // fails only without memory
+    return new TStore;
+}
+
 // Never destroyed: threads and static objects of the process log until its very end.
 TStore& Store() {
-    static TStore* const store = new TStore;
+    static TStore* const store = NewStore();
     return *store;
 }
 

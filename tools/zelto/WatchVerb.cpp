@@ -167,6 +167,7 @@ void AddWatchVerb(TVerb app, TContext& context) {
     watch.AddOption("-n,--count", options->count, "End after so many events").CheckRange(1, INT_MAX);
     watch.AddOption("--for", options->seconds, "End after so many seconds").CheckRange(1, LONGEST_WATCH);
     watch.OnChosen([&context, options] {
+        context.takesIdentity = false; // not before it listens
         context.run = [&context, options] { return RunWatch(context.globals, *options); };
     });
 }
