@@ -211,17 +211,19 @@ void TZeltoDBus::TPrivate::StartReconnecting() {
 }
 
 void TZeltoDBus::TPrivate::KeepReconnecting() {
-    if (isLost && !reconnector.IsStarted()) {
+    if (isLost && !reconnector.IsTrying()) {
         StartReconnecting();
     }
 }
 
 void TZeltoDBus::TPrivate::WaitForLink(TRun& dispatching) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        KeepReconnecting();
+    }
     pollfd polled{dispatching.GetWakeFd(), POLLIN, 0};
     (void)poll(&polled, 1, LINK_INTERVAL_MS);
     dispatching.ClearWake();
-    const std::lock_guard<std::mutex> lock(mutex);
-    KeepReconnecting();
 }
 
 // Runs on the reconnector's thread. True when there is nothing left to do.

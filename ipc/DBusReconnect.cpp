@@ -155,6 +155,14 @@ void TReconnector::Start(TAttempt attempt) {
     thread = std::thread([current = state, repeated = std::move(attempt)] { Loop(current, repeated); });
 }
 
+bool TReconnector::IsTrying() const {
+    if (!thread.joinable()) {
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(state->mutex);
+    return !state->finished;
+}
+
 void TReconnector::Nudge() {
     if (state) {
         const std::lock_guard<std::mutex> lock(state->mutex);

@@ -32,7 +32,8 @@ public:
     // Starts the thread. An earlier one is to have nothing left to do: it ends by itself. Throws
     // std::system_error when the process can have no more threads.
     void Start(TAttempt attempt);
-    bool IsStarted() const { return thread.joinable(); }
+    // Whether attempts go on.
+    bool IsTrying() const;
     // Somebody needs the bus now: the next attempt follows 100 ms after the last one.
     void Nudge();
     // Ends the thread. One that hangs in an attempt is left behind; its attempt is then never made again.
