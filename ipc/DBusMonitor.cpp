@@ -7,7 +7,7 @@
 using namespace zelto;
 
 void TZeltoDBus::BecomeMonitor() {
-    const auto link = own->GetLink();
+    const auto link = own->GetLinkFor(true);
     if (!link) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"Not connected!\"");
         return;

@@ -305,3 +305,16 @@ TEST_F(Monitor, HandlerIgnoresOtherMessagesAndMissingArguments) {
     party.OnEvent("LAST", "");
     EXPECT_THAT(events.Until("LAST"), IsEmpty());
 }
+
+TEST_F(Monitor, IsAMonitorOnceTheBusIsBackWhenItWasToBecomeOneMeanwhile) {
+    party.Configure({1, 10, false});
+    party.Init("WATCHER");
+    party.Run();
+    TBusEnvironment::Bus().Kill();
+    ASSERT_TRUE(LogSpy::WaitForPart(3, "WATCHER' is lost."));
+    party.Configure({1, 10, true});
+    party.BecomeMonitor();
+    TBusEnvironment::Bus().Restart();
+    ASSERT_TRUE(LogSpy::WaitForPart(5, "WATCHER' is back."));
+    ShowMarker("ARRIVAL");
+}
