@@ -107,7 +107,8 @@ void RememberBusAddress(DBusConnection* connection) {
     sockaddr_storage address{};
     socklen_t length = sizeof(address);
     if (dbus_connection_get_socket(connection, &fd) == FALSE ||
-        getpeername(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        getpeername(fd, reinterpret_cast<sockaddr*>(&address), &length) != 0 ||
+        length <= sizeof(address.ss_family)) { // a program that speaks for the bus has no address
         return;
     }
     TBusAddress& known = KnownBusAddress();
