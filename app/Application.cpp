@@ -5,9 +5,14 @@
 #include "zelto/TZeltoApplication.h"
 #include "zelto/TZeltoDataMapper.h"
 
+#include <atomic>
 #include <memory>
 
+#include <unistd.h>
+
 namespace {
+
+std::atomic<pid_t> registeredBy{0}; // the process; 0 for none
 
 // An application that does not answer within this many seconds counts as not active.
 constexpr int32_t IS_APP_ACTIVE_TIMEOUT = 1;
@@ -20,6 +25,11 @@ TZeltoRecursiveMutex& InitializeLock() {
 }
 
 } // namespace
+
+bool zelto::IsForkedOff() {
+    const pid_t process = registeredBy;
+    return process != 0 && process != getpid();
+}
 
 TZeltoApplication& TZeltoApplication::GetInstance() {
     static TZeltoApplication instance;
@@ -34,8 +44,10 @@ TZeltoApplication::TZeltoApplication()
 
 TZeltoApplication::~TZeltoApplication() {
     // The transport outlives this object, and its dispatch threads may still run.
-    ipc->RemoveEventLstener(ipcObserver);
-    ipc->RemoveMethodHandler(zelto::IS_APP_ACTIVE_METHOD);
+    if (!zelto::IsForkedOff()) {
+        ipc->RemoveEventLstener(ipcObserver);
+        ipc->RemoveMethodHandler(zelto::IS_APP_ACTIVE_METHOD);
+    }
     delete ipcObserver;
 }
 
@@ -52,6 +64,7 @@ void TZeltoApplication::Initialize(const std::string& busName) {
     (void)zelto::Guarded([&] {
         ipc->Init(busName);
         ipc->SetMethodServerId("*", dataMapper->MapClientIdToStr(ZELTO_DISPATCHER));
+        registeredBy = getpid();
         ipc->AddEventLstener("", ipcObserver);
         ipc->AddMethodHandler(zelto::IS_APP_ACTIVE_METHOD, this);
         ipc->Run();

@@ -1,5 +1,6 @@
 #include "app/CApiState.h"
 
+#include "app/IpcObserver.h"
 #include "zelto/TZeltoDataMapper.h"
 #include "zelto/ZeltoAppLib.h"
 #include "zelto/ZeltoLocking.h"
@@ -29,7 +30,11 @@ public:
     // The order of virtual functions is binary interface.
 
     // The dispatch threads still run at exit: they must not meet a listener that is gone.
-    ~TZeltoAppEventListener() override { Detach(); }
+    ~TZeltoAppEventListener() override {
+        if (!zelto::IsForkedOff()) {
+            Detach();
+        }
+    }
 
     void OnCpeClientStateChanged(TZeltoCpeClientState state, const std::string& macAddress,
                                  const std::string& hostName) override {

@@ -149,6 +149,7 @@ int TZeltoDBus::ReadAnswer(const std::string& method, DBusMessage* answer, std::
 }
 
 void TZeltoDBus::SendEvent(const std::string& eventName, const std::string& eventData) {
+    own->RequireOwnProcess(); // before any lock, which a thread of the parent may have held at the fork
     const TPrivate::TNamesRef names = own->GetNames();
     qvLogging_log(LOG_LEVEL_DEBUG, "\"'%s' '%s' '%s'\"", names->objectPath.c_str(), interfaceName.c_str(),
                   eventName.c_str());

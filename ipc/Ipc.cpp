@@ -36,7 +36,10 @@ IZeltoIpcMethodHandler::~IZeltoIpcMethodHandler() = default;
 TZeltoIpc::TZeltoIpc() : running(false), monitor(false), methodTimeoutMs(60000), threadCount(1) {}
 
 TZeltoIpc::~TZeltoIpc() {
-    TZeltoIpc::Stop();
+    // Without threads the guard is not needed. It may be held for ever in a child that was forked off.
+    if (!threads.empty()) {
+        TZeltoIpc::Stop();
+    }
 }
 
 void TZeltoIpc::OnEvent(const std::string& eventName, const std::string& eventData) {

@@ -6,6 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <future>
+#include <thread>
+
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -15,6 +20,26 @@ using namespace support;
 namespace {
 
 const bool BUS_READY = TBusEnvironment::Register();
+
+thread_local std::function<void()> inEventFd;
+
+// The first of its threads does something instead of serving.
+class TStartingParty : public TAccessParty {
+public:
+    explicit TStartingParty(std::function<void()> threadBody) : body(std::move(threadBody)) {}
+    ~TStartingParty() override { TZeltoDBus::Stop(); }
+
+protected:
+    void MainLoop() override {
+        if (!isEntered.exchange(true)) {
+            body();
+        }
+    }
+
+private:
+    std::atomic<bool> isEntered{false};
+    const std::function<void()> body;
+};
 
 // Runs the body in a child, which says by its exit code whether all was well there.
 int RunInChild(const std::function<bool()>& body) {
@@ -48,6 +73,13 @@ int32_t CallEcho(TZeltoIpc& party, const std::string& server, std::string& resul
 }
 
 } // namespace
+
+extern "C" __attribute__((visibility("default"))) int eventfd(unsigned value, int flags) {
+    if (inEventFd) {
+        inEventFd();
+    }
+    return static_cast<int>(syscall(SYS_eventfd2, value, flags));
+}
 
 // A program that becomes a daemon forks after the shared instance has been made and before it is used.
 TEST(ForkBeforeTheFirstUse, LeavesTheChildFreeToServeAndToCall) {
@@ -118,6 +150,50 @@ TEST_F(ForkedChild, MayStopAndDestroyItsCopyOfTheParty) {
     ExpectParentUndisturbed();
     EXPECT_TRUE(HasOwner("OTHER"));
     delete party;
+}
+
+// Another thread was at work in the party and holds its lock, which nobody releases in the child.
+TEST_F(ForkedChild, OfABusyPartyFailsInsteadOfWaiting) {
+    TAccessParty party;
+    party.Init("OTHER");
+    std::promise<void> isBusy;
+    std::promise<void> mayGoOn;
+    std::thread running([&] {
+        inEventFd = [&] {
+            isBusy.set_value();
+            mayGoOn.get_future().wait();
+        };
+        party.Run();
+        inEventFd = nullptr;
+    });
+    isBusy.get_future().wait();
+    EXPECT_EQ(0, RunInChild([&] { return ThrowsRuntimeError([&] { party.SendEvent("E", ""); }); }));
+    mayGoOn.set_value();
+    running.join();
+}
+
+// As before, but the lock is that of all parties: one was starting its threads, of which the first forks.
+TEST_F(ForkedChild, OfAStartingPartyMayDestroyOthers) {
+    constexpr int MANY_THREADS = 300;
+    auto* const other = new TAccessParty();
+    other->Init("OTHER");
+    int code = -1;
+    TStartingParty starting([&] {
+        code = RunInChild([other] {
+            delete other;
+            return true;
+        });
+    });
+    starting.Configure({MANY_THREADS, 10, false});
+    starting.Run();
+    starting.Stop();
+    EXPECT_EQ(0, code);
+    delete other;
+}
+
+TEST_F(ForkedChild, OfACallbackMayExit) {
+    const TRunResult run = RunProgram({FORK_IN_CALLBACK_PATH});
+    EXPECT_EQ(0, run.exitCode) << run.errors;
 }
 
 TEST_F(ForkedChild, MayUseAPartyOfItsOwn) {
