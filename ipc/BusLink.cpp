@@ -61,12 +61,13 @@ TMessageHandle MakeMonitorRequest() {
 
 TConnectionHandle OpenConnection(DBusBusType busType) {
     TBusError error;
-    DBusConnection* const connection = dbus_bus_get_private(busType, error.Get());
+    DBusConnection* const opened = dbus_bus_get_private(busType, error.Get());
+    // Owned before Check, which may run out of memory.
+    TConnectionHandle connection(opened == nullptr ? nullptr : dbus_connection_ref(opened));
     error.Check("dbus_bus_get_private");
-    dbus_connection_ref(connection);
-    dbus_connection_set_exit_on_disconnect(connection, FALSE);
-    dbus_connection_set_max_received_unix_fds(connection, MAX_RECEIVED_FILES);
-    return TConnectionHandle(connection);
+    dbus_connection_set_exit_on_disconnect(opened, FALSE);
+    dbus_connection_set_max_received_unix_fds(opened, MAX_RECEIVED_FILES);
+    return connection;
 }
 
 std::shared_ptr<TBusLink> OpenLink(const TLinkPlan& plan) {
@@ -113,8 +114,9 @@ void RequestMonitoring(TBusLink& link) {
     TBusError error;
     const TMessageHandle reply(dbus_connection_send_with_reply_and_block(
         link.server.get(), request.get(), DBUS_TIMEOUT_USE_DEFAULT, error.Get()));
+    // Before Check, which may run out of memory: nothing may be sent on it from now on.
+    link.isMonitor = reply != nullptr;
     error.Check("dbus_connection_send_with_reply_and_block");
-    link.isMonitor = true;
 }
 
 } // namespace zelto

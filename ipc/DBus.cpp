@@ -88,8 +88,7 @@ void TZeltoDBus::Connect() {
     }
     auto link = OpenLink(own->GetPlan());
     RememberBusAddress(link->server.get());
-    own->SetNames(std::to_string(getpid()), false);
-    own->SetLink(std::move(link));
+    own->SetFirstLink(std::move(link));
 }
 
 void TZeltoDBus::Disconnect() {

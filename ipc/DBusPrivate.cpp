@@ -21,7 +21,7 @@ constexpr int LINK_INTERVAL_MS = 5000;
 void Reclaim(TBusLink& link, const std::string& busName) {
     try {
         RequestBusName(link.server.get(), busName);
-    } catch (const std::runtime_error&) {
+    } catch (const std::exception&) {
     }
 }
 
@@ -106,6 +106,18 @@ void TZeltoDBus::TPrivate::ShowNames() {
 
 void TZeltoDBus::TPrivate::SetLink(TLinkRef newLink) {
     const std::lock_guard<std::mutex> lock(mutex);
+    ChangeLink(newLink);
+}
+
+void TZeltoDBus::TPrivate::SetFirstLink(TLinkRef firstLink) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    if (!link && !isLost) {
+        ChangeNames(std::to_string(getpid()), false);
+        ChangeLink(firstLink);
+    }
+}
+
+void TZeltoDBus::TPrivate::ChangeLink(TLinkRef& newLink) {
     // The former link goes when the argument does, outside the lock.
     link.swap(newLink);
     isLost = false;
@@ -120,6 +132,10 @@ void TZeltoDBus::TPrivate::SetLink(TLinkRef newLink) {
 
 void TZeltoDBus::TPrivate::SetNames(const std::string& element, bool isOwned) {
     const std::lock_guard<std::mutex> lock(mutex);
+    ChangeNames(element, isOwned);
+}
+
+void TZeltoDBus::TPrivate::ChangeNames(const std::string& element, bool isOwned) {
     names = std::make_shared<const TNames>(TNames{BUS_NAME_PREFIX + element, OBJECT_PATH_PREFIX + element});
     plan.busName = isOwned ? names->busName : std::string();
     ShowNames();
@@ -127,16 +143,16 @@ void TZeltoDBus::TPrivate::SetNames(const std::string& element, bool isOwned) {
 
 TZeltoDBus::TPrivate::TPosition TZeltoDBus::TPrivate::GetPosition() {
     const std::lock_guard<std::mutex> lock(mutex);
-    return {link, names, plan.busName, isLost};
+    return {link, names, plan, isLost};
 }
 
-void TZeltoDBus::TPrivate::Restore(const TPosition& former) {
-    SetLink(former.link);
+void TZeltoDBus::TPrivate::Restore(TPosition& former) {
     const std::lock_guard<std::mutex> lock(mutex);
-    names = former.names;
-    plan.busName = former.ownedName;
+    ChangeLink(former.link);
+    names.swap(former.names);
+    std::swap(plan, former.plan);
     isLost = former.isLost;
-    ShowNames();
+    ShowNames(); // which have been there before, so the memory for them is
     if (isLost) {
         StartReconnecting();
     }
@@ -144,8 +160,11 @@ void TZeltoDBus::TPrivate::Restore(const TPosition& former) {
 
 void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
     DropDeadLink();
-    const TPosition former = GetPosition();
-    const bool canRename = former.link && !former.link->isMonitor;
+    TPosition position = GetPosition();
+    const TLinkRef kept = position.link;
+    const TNamesRef formerNames = position.names;
+    const bool isNamed = !position.plan.busName.empty();
+    const bool canRename = kept && !kept->isMonitor;
     if (canRename && ProbeBus() == TBusState::SILENT) {
         Fail("dbus_bus_release_name - The bus does not answer.");
     }
@@ -162,9 +181,13 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
                       party->busName.c_str(), party->objectPath.c_str());
         party->RegisterBusName();
     } catch (...) {
-        Restore(former);
-        if (canRename && !former.ownedName.empty()) {
-            Reclaim(*former.link, former.ownedName);
+        Restore(position);
+        if (canRename && position.names != formerNames) {
+            // The bus may have given it, and only the answer is lost.
+            (void)dbus_bus_release_name(kept->server.get(), position.names->busName.c_str(), nullptr);
+        }
+        if (canRename && isNamed) {
+            Reclaim(*kept, formerNames->busName);
         }
         throw;
     }

@@ -44,6 +44,9 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
 
     // Makes a link the party's own and wakes the dispatch threads for it; null disconnects.
     void SetLink(TLinkRef newLink);
+    // The same for the first link, under a name that is not owned. Not when there is another one, or one to
+    // come back: an Init on another thread has succeeded or failed meanwhile.
+    void SetFirstLink(TLinkRef firstLink);
     // Both names from their last element. Owned names are requested again on a new link.
     void SetNames(const std::string& element, bool isOwned);
     // Gives up the old name and takes the new one, connecting first if need be. When it throws, everything is
@@ -103,11 +106,15 @@ private:
     struct TPosition {
         TLinkRef link;
         TNamesRef names;
-        std::string ownedName;
+        zelto::TLinkPlan plan;
         bool isLost;
     };
     TPosition GetPosition();
-    void Restore(const TPosition& former);
+    // Needs no memory. The position is then the one that has been left.
+    void Restore(TPosition& former);
+    // The mutex is held.
+    void ChangeLink(TLinkRef& newLink);
+    void ChangeNames(const std::string& element, bool isOwned);
     // The mutex is held. The process may have no thread left: the first says so, the second tries again.
     void StartReconnecting();
     void KeepReconnecting();

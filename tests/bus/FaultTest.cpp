@@ -11,7 +11,10 @@
 
 #include <cstdarg>
 #include <cstring>
+#include <future>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
 #include <dlfcn.h>
 #include <unistd.h>
@@ -31,6 +34,7 @@ struct TFault {
 
 thread_local TFault fault;
 thread_local std::vector<std::string>* appended = nullptr;
+thread_local std::function<void()> beforeMatch;
 
 // True once, for the call that is to fail.
 bool Fails(const char* function) {
@@ -159,6 +163,9 @@ REPLACEMENT dbus_bool_t dbus_connection_add_filter(DBusConnection* connection,
 }
 
 REPLACEMENT void dbus_bus_add_match(DBusConnection* connection, const char* rule, DBusError* error) {
+    if (const auto hook = std::exchange(beforeMatch, nullptr)) {
+        hook();
+    }
     if (Fails("dbus_bus_add_match")) {
         dbus_set_error(error, DBUS_ERROR_NO_MEMORY, "no rules left");
         return;
@@ -172,6 +179,17 @@ REPLACEMENT int dbus_bus_release_name(DBusConnection* connection, const char* na
         return -1;
     }
     return REAL(dbus_bus_release_name)(connection, name, error);
+}
+
+// The name is taken; its answer is lost.
+REPLACEMENT int dbus_bus_request_name(DBusConnection* connection, const char* name, unsigned flags,
+                                      DBusError* error) {
+    const int answer = REAL(dbus_bus_request_name)(connection, name, flags, error);
+    if (Fails("dbus_bus_request_name")) {
+        dbus_set_error(error, DBUS_ERROR_NO_REPLY, "no answer");
+        return -1;
+    }
+    return answer;
 }
 
 TEST_F(Fault, OfAppendingTheRequestFailsTheCall) {
@@ -255,6 +273,39 @@ TEST_F(Fault, OfReleasingTheNameKeepsIt) {
     Call();
     server.party.Init("NEW");
     EXPECT_TRUE(HasOwner("NEW"));
+}
+
+TEST_F(Fault, OfTakingTheNewNameGivesItUp) {
+    ExpectFailure("dbus_bus_request_name - no answer", "dbus_bus_request_name",
+                  [this] { server.party.Init("NEW"); });
+    EXPECT_EQ("SERVER", server.party.identity);
+    Call();
+    EXPECT_FALSE(HasOwner("NEW"));
+}
+
+// Whoever connects meanwhile must not take the place of the party that waits for its name.
+TEST_F(Fault, OfInitKeepsTheNameFromAConnectionThatIsBeingMade) {
+    TAccessParty party;
+    party.Init("FORMER");
+    TBusEnvironment::Bus().Restart();
+    std::promise<void> hasFailed;
+    std::thread connecting;
+    beforeMatch = [&] {
+        connecting = std::thread([&] {
+            beforeMatch = [&hasFailed] { hasFailed.get_future().wait(); };
+            try {
+                party.Connect();
+            } catch (const std::runtime_error&) {
+            }
+        });
+    };
+    EXPECT_EQ("dbus_bus_add_match - no rules left",
+              FailureOf("dbus_bus_add_match", [&party] { party.Init("NEXT"); }));
+    hasFailed.set_value();
+    connecting.join();
+    EXPECT_TRUE(Eventually([&] { return party.connected && party.busName == BusName("FORMER"); }))
+        << party.busName;
+    EXPECT_TRUE(HasOwner("FORMER"));
 }
 
 TEST_F(Fault, OfAskingToWatchLeavesThePartyNotRunning) {

@@ -18,9 +18,11 @@ std::atomic<bool> failed{false};
 std::atomic<long> left{0}; // allocations before the one that fails
 std::atomic<std::size_t> largest{0};
 thread_local int spared = 0;
+std::atomic<bool> sparesOthers{false};
+thread_local bool isMeant = false; // where others are spared
 
 bool Fails() {
-    if (!armed || spared > 0) {
+    if (!armed || spared > 0 || (sparesOthers && !isMeant)) {
         return false;
     }
     const long before = left--;
@@ -29,6 +31,14 @@ bool Fails() {
     }
     failed = true;
     return true;
+}
+
+void Arm(std::size_t n, TFailure failure, bool sparing) {
+    sparesOthers = sparing;
+    left = static_cast<long>(n);
+    keepsFailing = failure == FROM_THEN_ON;
+    failed = false;
+    armed = true;
 }
 
 void NoteSize(std::size_t size) {
@@ -69,10 +79,12 @@ void Install() {
 }
 
 void FailAt(std::size_t n, TFailure failure) {
-    left = static_cast<long>(n);
-    keepsFailing = failure == FROM_THEN_ON;
-    failed = false;
-    armed = true;
+    Arm(n, failure, false);
+}
+
+void FailHereAt(std::size_t n, TFailure failure) {
+    isMeant = true;
+    Arm(n, failure, true);
 }
 
 bool HasFailed() {

@@ -17,6 +17,8 @@ void Install();
 
 // From now on the n-th allocation of any thread (from 1) fails.
 void FailAt(std::size_t n, TFailure failure);
+// The same for allocations of the current thread only.
+void FailHereAt(std::size_t n, TFailure failure);
 bool HasFailed();
 // The largest number of bytes that one allocation of operator new or jansson has asked for since it was
 // reset.
