@@ -194,6 +194,9 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
 }
 
 void TZeltoDBus::TPrivate::RenewLink(bool asMonitor) {
+    if (ProbeBus() == TBusState::SILENT) {
+        Fail("dbus_bus_get_private - The bus does not answer.");
+    }
     TLinkPlan wanted = GetPlan();
     wanted.monitor = asMonitor;
     SetLink(OpenWholeLink(wanted));

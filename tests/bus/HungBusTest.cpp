@@ -70,6 +70,18 @@ TEST_F(HungBus, RefusesAnotherIdentitySoon) {
     TBusEnvironment::Bus().Resume();
 }
 
+TEST_F(HungBus, RefusesToWatchAnewSoon) {
+    TAccessParty monitor;
+    monitor.Configure({1, 10, true});
+    monitor.Init("WATCHER");
+    monitor.Run();
+    TBusEnvironment::Bus().Hang();
+    auto running =
+        std::async(std::launch::async, [&monitor] { EXPECT_THROW(monitor.Run(), std::runtime_error); });
+    EXPECT_EQ(running.wait_for(BOUND), std::future_status::ready);
+    TBusEnvironment::Bus().Resume();
+}
+
 TEST_F(HungBus, LetsStopEndWhileACallbackWantsAnotherIdentity) {
     std::promise<void> entered;
     THandler handler([&](const std::string&, std::string&) {
