@@ -68,6 +68,13 @@ std::size_t CharacterLength(const char* position, const char* end) {
     return length;
 }
 
+// Whether what is left of a text, less than a word, is plain ASCII; looked at together with what stands
+// before.
+bool IsRestPlain(const char* begin, const char* position, const char* end) {
+    constexpr std::ptrdiff_t SIZE = sizeof(TWord);
+    return end - position < SIZE && end - begin >= SIZE && PlainCount(end - SIZE) == sizeof(TWord);
+}
+
 } // namespace
 
 const char* EndOfPlainText(const char* begin, const char* end) {
@@ -79,6 +86,9 @@ const char* EndOfPlainText(const char* begin, const char* end) {
             if (count < sizeof(TWord)) {
                 break;
             }
+        }
+        if (IsRestPlain(begin, position, end)) {
+            return end;
         }
         while (position != end && IsPlainByte(ByteAt(position))) {
             ++position;

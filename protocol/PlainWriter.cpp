@@ -12,13 +12,6 @@ namespace zelto {
 namespace {
 
 constexpr std::size_t FIRST_ROOM = 128;
-constexpr std::string_view SEPARATOR = ", ";
-constexpr std::string_view BEHIND_KEY = "\": ";
-
-char* Write(char* at, std::string_view bytes) {
-    std::memcpy(at, bytes.data(), bytes.size());
-    return at + bytes.size();
-}
 
 bool IsEscaped(char character) {
     return static_cast<unsigned char>(character) < 0x80;
@@ -26,15 +19,13 @@ bool IsEscaped(char character) {
 
 } // namespace
 
-void TPlainWriter::Text(std::string_view key, std::string_view text, std::string_view what) {
-    Key(key);
+void TPlainWriter::QuoteOrThrow(std::string_view text, std::string_view what) {
     if (!AppendQuoted(text)) {
         throw std::runtime_error(std::string(what) + ": the text is not valid UTF-8");
     }
 }
 
-bool TPlainWriter::TextOrNull(std::string_view key, std::string_view text) {
-    Key(key);
+bool TPlainWriter::QuoteOrNull(std::string_view text) {
     const std::size_t begin = used;
     if (AppendQuoted(text)) {
         return true;
@@ -65,14 +56,6 @@ void TPlainWriter::BeginList(std::string_view key) {
     first = true;
 }
 
-void TPlainWriter::BeginObject() {
-    char* const begin = Room(SEPARATOR.size() + 1);
-    char* const at = Separate(begin);
-    *at = '{';
-    used += static_cast<std::size_t>(at + 1 - begin);
-    first = true;
-}
-
 void TPlainWriter::Element(int number) {
     char* const begin = Room(SEPARATOR.size());
     used += static_cast<std::size_t>(Separate(begin) - begin);
@@ -95,26 +78,6 @@ void TPlainWriter::Append(std::string_view bytes) {
     used += bytes.size();
 }
 
-char* TPlainWriter::Separate(char* at) {
-    char* const behind = first ? at : Write(at, SEPARATOR);
-    first = false;
-    return behind;
-}
-
-void TPlainWriter::Key(std::string_view key) {
-    char* const begin = Room(SEPARATOR.size() + 1 + key.size() + BEHIND_KEY.size());
-    char* at = Separate(begin);
-    *at = '"';
-    at = Write(Write(at + 1, key), BEHIND_KEY);
-    used += static_cast<std::size_t>(at - begin);
-}
-
-void TPlainWriter::Close(char bracket) {
-    *Room(1) = bracket;
-    ++used;
-    first = false;
-}
-
 bool TPlainWriter::AppendQuoted(std::string_view text) {
     char* const at = Room(text.size() + 2); // a long text at once, or it would be moved several times
     const char* const end = text.data() + text.size();
@@ -123,7 +86,12 @@ bool TPlainWriter::AppendQuoted(std::string_view text) {
     *at = '"';
     Write(at + 1, text.substr(0, plain));
     used += 1 + plain;
-    return AppendRest(stop, end);
+    if (stop != end) {
+        return AppendRest(stop, end);
+    }
+    at[1 + plain] = '"';
+    ++used;
+    return true;
 }
 
 // Appends what follows the first plain characters of a text, and the closing quote.
