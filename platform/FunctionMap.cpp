@@ -2,6 +2,7 @@
 
 #include "utils/FixedText.h"
 #include "utils/Log.h"
+#include "utils/ShortList.h"
 #include "zelto/ZeltoPlatformOps.h"
 
 #include <atomic>
@@ -40,17 +41,12 @@ void AddEntry(const tZeltoPltFunctionTable& entry) {
     stored = rebuilt;
 }
 
-// A table is read instance by instance, under the same key: the entry found last is looked at first. Entries
-// are never removed.
+// The entry found last: a table is read instance by instance, under the same key. Entries are never removed.
 using TNamedEntry = decltype(zeltoPlatFunctionMap)::value_type;
 std::atomic<const TNamedEntry*> lastFound{nullptr};
 
-const TNamedEntry* FindNamed(std::string_view name) {
-    const TNamedEntry* const last = lastFound.load(std::memory_order_acquire);
-    if (last != nullptr && last->first == name) {
-        return last;
-    }
-    const auto found = zeltoPlatFunctionMap.find(name);
+const TNamedEntry* FindNamed(const char* key) {
+    const auto found = zeltoPlatFunctionMap.find(std::string_view(key));
     if (found == zeltoPlatFunctionMap.end()) {
         return nullptr;
     }
@@ -58,15 +54,31 @@ const TNamedEntry* FindNamed(std::string_view name) {
     return &*found;
 }
 
-// The entry of a name, or the default one, or null.
-const tZeltoPltFunctionTable* FindEntry(const char* name) {
-    if (const TNamedEntry* const found = FindNamed(name)) {
-        return &found->second;
-    }
-    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Name: %s is not in the table.\"", name);
+const tZeltoPltFunctionTable* FindDefault(const char* key) {
+    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Name: %s is not in the table.\"", key);
     // Looked up once: the first lookup that needs it decides for the life of the process.
     static const auto defaultEntry = zeltoPlatFunctionMap.find(DEFAULT_ENTRY);
     return defaultEntry != zeltoPlatFunctionMap.end() ? &defaultEntry->second : nullptr;
+}
+
+// The entry found under a key, or else the default one, if it serves the request.
+const tZeltoPltFunctionTable* ServingOf(tZeltoPltRequestType type, const char* key,
+                                        const TNamedEntry* found) {
+    const tZeltoPltFunctionTable* const entry = found != nullptr ? &found->second : FindDefault(key);
+    if (entry == nullptr) {
+        return nullptr;
+    }
+    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Request Name is %s and we will use a handler with %s name.\"",
+                  key, entry->name);
+    if (!IsRequestType(type) || entry->handlers[type].handler == nullptr) {
+        return nullptr;
+    }
+    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Descriptor found for Request name %s\"", key);
+    return entry;
+}
+
+void LogRequest(tZeltoPltRequestType type, const char* key) {
+    qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Request type: %d and paramName: %s\"", type, key);
 }
 
 } // namespace
@@ -87,18 +99,20 @@ void AddFunctionTable(const tZeltoPltFunctionTable* entries, int32_t count) {
 }
 
 const tZeltoPltFunctionTable* FindServing(tZeltoPltRequestType type, const char* key) {
-    qvLogging_log(LOG_LEVEL_DEBUG, "\"Request type: %d and paramName: %s\"", type, key);
-    const tZeltoPltFunctionTable* const entry = FindEntry(key);
-    if (entry == nullptr) {
-        return nullptr;
+    LogRequest(type, key);
+    return ServingOf(type, key, FindNamed(key));
+}
+
+const tZeltoPltFunctionTable* FindServing(tZeltoPltRequestType type, const TNameSegments& name) {
+    const TNamedEntry* const last = lastFound.load(std::memory_order_acquire);
+    if (last != nullptr && name.HasKey(last->first)) {
+        LogRequest(type, last->first.c_str());
+        return ServingOf(type, last->first.c_str(), last);
     }
-    qvLogging_log(LOG_LEVEL_DEBUG, "\"Request Name is %s and we will use a handler with %s name.\"", key,
-                  entry->name);
-    if (!IsRequestType(type) || entry->handlers[type].handler == nullptr) {
-        return nullptr;
-    }
-    qvLogging_log(LOG_LEVEL_DEBUG, "\"Descriptor found for Request name %s\"", key);
-    return entry;
+    TShortList<char, 2 * ZELTO_TEXT_SIZE> key;
+    name.AppendKey(key);
+    key.push_back('\0');
+    return FindServing(type, key.data());
 }
 
 const char* HandlerName(const tZeltoPltFunctionTable& entry) {

@@ -27,17 +27,9 @@ public:
     explicit TNameSegments(std::string_view name) { Read(name); }
 
     // Refers to another name from now on.
-    void Read(std::string_view name) {
-        text = name;
-        separators.clear();
-        for (std::size_t position = 0; position < name.size(); ++position) {
-            if (name[position] == PATH_SEPARATOR) {
-                separators.push_back(position);
-            }
-        }
-    }
+    void Read(std::string_view name);
 
-    const char* Text() const { return text.data(); }
+    std::string_view Text() const { return text; }
 
     // Whether the name holds one of the roots that carry an index map. Without one there is nothing to
     // translate.
@@ -47,39 +39,49 @@ public:
     // placeholder.
     template <typename TText>
     void AppendKey(TText& key) const {
-        std::size_t copied = 0;
-        std::size_t begin = 0;
-        for (const std::size_t end : separators) {
-            if (IsDigit(text[begin])) {
-                key.append(text.data() + copied, begin - copied);
-                key.append(INSTANCE_PLACEHOLDER.data(), INSTANCE_PLACEHOLDER.size());
-                copied = end;
-            }
-            begin = end + 1;
-        }
-        key.append(text.data() + copied, text.size() - copied);
+        (void)TakeKeyPieces([&key](std::string_view piece) {
+            key.append(piece.data(), piece.size());
+            return true;
+        });
     }
 
-    // Appends the instance numbers, outer first, up to the first NUL. Throws std::out_of_range for a number
-    // above 32 bits.
+    // Whether that is the key.
+    bool HasKey(std::string_view key) const;
+
+    // Appends the instance numbers, outer first. Throws std::out_of_range for a number above 32 bits.
     template <typename TNumbers>
     void AppendInstanceNumbers(TNumbers& numbers) const {
-        const std::string_view name(text.data());
         std::size_t begin = 0;
         for (const std::size_t end : separators) {
-            AppendInstanceNumber(numbers, name, begin, end);
+            AppendInstanceNumber(numbers, begin, end);
             begin = end + 1;
         }
-        AppendInstanceNumber(numbers, name, begin, name.size());
+        AppendInstanceNumber(numbers, begin, text.size());
     }
 
 private:
+    // Hands over the key piece by piece, until one is not taken.
+    template <typename TTake>
+    bool TakeKeyPieces(TTake take) const {
+        std::size_t taken = 0;
+        std::size_t begin = 0;
+        for (const std::size_t end : separators) {
+            if (IsDigit(text[begin])) {
+                if (!take(text.substr(taken, begin - taken)) || !take(INSTANCE_PLACEHOLDER)) {
+                    return false;
+                }
+                taken = end;
+            }
+            begin = end + 1;
+        }
+        return take(text.substr(taken));
+    }
+
     template <typename TNumbers>
-    static void AppendInstanceNumber(TNumbers& numbers, std::string_view name, std::size_t begin,
-                                     std::size_t end) {
+    void AppendInstanceNumber(TNumbers& numbers, std::size_t begin, std::size_t end) const {
         int number = 0;
-        if (begin < name.size() && IsDigit(name[begin]) &&
-            ReadInstanceNumber(name.substr(begin, end - begin), number)) {
+        if (begin < end && IsDigit(text[begin]) &&
+            ReadInstanceNumber(text.substr(begin, end - begin), number)) {
             numbers.push_back(number);
         }
     }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -15,7 +16,47 @@ namespace {
 constexpr char NO_TRANSLATION_MARK = '@';
 constexpr std::size_t SHOWN_DIGITS = 32; // of a number that is refused, whatever its length
 
+using TWord = std::uint64_t;
+
+constexpr TWord EACH_BYTE = 0x0101010101010101U;
+constexpr TWord LOW_BITS = EACH_BYTE * 0x7FU;
+
+// The highest bit of each byte of eight that is a separator.
+TWord SeparatorsAmong(const char* position) {
+    TWord word = 0;
+    std::memcpy(&word, position, sizeof(word));
+    const TWord zeros = word ^ EACH_BYTE * static_cast<unsigned char>(PATH_SEPARATOR);
+    return ~(((zeros & LOW_BITS) + LOW_BITS) | zeros | LOW_BITS);
+}
+
 } // namespace
+
+void TNameSegments::Read(std::string_view name) {
+    text = name;
+    separators.clear();
+    std::size_t position = 0;
+    if constexpr (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__) {
+        for (; name.size() - position >= sizeof(TWord); position += sizeof(TWord)) {
+            for (TWord marks = SeparatorsAmong(name.data() + position); marks != 0; marks &= marks - 1) {
+                separators.push_back(position + static_cast<std::size_t>(__builtin_ctzll(marks)) / 8);
+            }
+        }
+    }
+    for (; position < name.size(); ++position) {
+        if (name[position] == PATH_SEPARATOR) {
+            separators.push_back(position);
+        }
+    }
+}
+
+bool TNameSegments::HasKey(std::string_view key) const {
+    const bool isBeginning = TakeKeyPieces([&key](std::string_view piece) {
+        const bool isNext = key.substr(0, piece.size()) == piece;
+        key.remove_prefix(isNext ? piece.size() : 0);
+        return isNext;
+    });
+    return isBeginning && key.empty();
+}
 
 bool ReadInstanceNumber(std::string_view digits, int& number) {
     const char* const end = digits.data() + digits.size();

@@ -24,7 +24,7 @@ bool FillElement(const TZeltoPlatLibObject& element, bool rootMarked, tZeltoPlat
                  std::vector<int32_t>& indices) {
     std::string name = element.name;
     zelto::ToPlatformName(name, rootMarked || element.inPlatformNumbering);
-    if (!zelto::TakeIndices(zelto::TNameSegments(name), indices)) {
+    if (!zelto::TakeIndices(zelto::TNameSegments(name.c_str()), indices)) {
         return false;
     }
     zelto::CopyTerminated(param.paramName, name);

@@ -41,10 +41,10 @@ bool PrepareTarget(tZeltoPltRequestType type, std::string_view name, bool inPlat
                    TTarget& target) {
     const TOperationRow& row = ROWS[type];
     target.marked = row.takesMark && !name.empty() && name.front() == MARK;
-    TNameSegments segments(target.marked ? name.substr(1) : name);
+    TNameSegments segments(name.data() + (target.marked ? 1 : 0)); // a NUL ends it
     const bool translates = row.translates && !target.marked && !inPlatformNumbering;
     if (translates && segments.HoldsTranslatedRoot()) {
-        target.translated = name;
+        target.translated = segments.Text();
         referRequestIndexMap(target.translated);
         segments.Read(target.translated);
     }
@@ -69,10 +69,7 @@ bool ToPlatformName(std::string& name, bool inPlatformNumbering) {
 }
 
 bool FindHandler(tZeltoPltRequestType type, const TNameSegments& name, THandler& handler) {
-    TShortList<char, 2 * ZELTO_TEXT_SIZE> key;
-    name.AppendKey(key);
-    key.push_back('\0');
-    const tZeltoPltFunctionTable* const entry = FindServing(type, key.data());
+    const tZeltoPltFunctionTable* const entry = FindServing(type, name);
     if (entry == nullptr) {
         return false;
     }
@@ -81,9 +78,10 @@ bool FindHandler(tZeltoPltRequestType type, const TNameSegments& name, THandler&
 }
 
 tZeltoPlatformRequest MakeRequest(TTarget& target) {
-    tZeltoPlatformRequest request{};
-    CopyIntoZeros(request.name, target.handler.name);
-    CopyIntoZeros(request.paramName, target.name);
+    tZeltoPlatformRequest request;
+    FillWithZeros(&request, sizeof(request));
+    CopyTerminated(request.name, target.handler.name);
+    CopyTerminated(request.paramName, target.name);
     request.indexCount = static_cast<int32_t>(target.indices.size());
     request.indices = IndexArray(target.indices);
     return request;

@@ -22,15 +22,15 @@ struct THandler {
 
 // The name that a request works on, as the platform knows it, and who serves it.
 struct TTarget {
-    bool marked = false; // the name carried the mark "@": nothing is translated in either direction
-    const char* name = "";
+    bool marked = false;   // the name carried the mark "@": nothing is translated in either direction
+    std::string_view name; // a NUL stands behind it
     THandler handler;
     TShortList<int32_t, 16> indices;
     std::string translated; // what `name` points to when it is not a part of the requested name
 };
 
 // Rewrites the name of a request of this type, finds its handler and takes its instance numbers. A name
-// `inPlatformNumbering` is not translated. A NUL stands behind the name, to which the target refers. Returns
+// `inPlatformNumbering` is not translated. A NUL ends the name, to which the target refers. Returns
 // false when nobody serves it or a number is too large.
 bool PrepareTarget(tZeltoPltRequestType type, std::string_view name, bool inPlatformNumbering,
                    TTarget& target);
@@ -48,7 +48,7 @@ bool TakeIndices(const TNameSegments& name, TNumbers& indices) {
     try {
         name.AppendInstanceNumbers(indices);
     } catch (const std::out_of_range&) {
-        qvLogging_log(LOG_LEVEL_ERROR, "\"An instance number in %s is too large\"", name.Text());
+        qvLogging_log(LOG_LEVEL_ERROR, "\"An instance number in %s is too large\"", name.Text().data());
         return false;
     }
     return true;

@@ -72,7 +72,7 @@ int zeltoPlatLibSetParam(const std::string& name, const std::string& value, bool
         return -1;
     }
     if (target.handler.paramChangeEvent) {
-        zelto::SendChangeEvent(target.name, value);
+        zelto::SendChangeEvent(target.name.data(), value);
     }
     return 0;
 }

@@ -196,6 +196,19 @@ INSTANTIATE_TEST_SUITE_P(
                     TIndicesCase{"Device..A...B", {}}, TIndicesCase{"...1...2...", {1, 2}},
                     TIndicesCase{".", {}}, TIndicesCase{"", {}}, TIndicesCase{nullptr, {}}));
 
+TEST(GetIndicesAnywhere, FindsThemBehindBeginningsAndBetweenPartsOfAnyLength) {
+    for (std::size_t before = 0; before < 20; ++before) {
+        for (std::size_t between = 0; between < 20; ++between) {
+            const std::string beginning = std::string(before, 'a') + ".";
+            const std::string middle = "." + std::string(between, '/') + ".";
+            std::string name = beginning + "7" + middle + "12.B";
+            EXPECT_EQ(Indices(name.c_str()), (std::vector<int>{7, 12})) << name;
+            EXPECT_TRUE(convertObjectToJsonName(name));
+            EXPECT_EQ(name, beginning + "{i}" + middle + "{i}.B");
+        }
+    }
+}
+
 TEST(GetIndicesOverflow, RaisesAnOutOfRangeError) {
     std::vector<int> indices;
     for (const char* name : {"Device.A.2147483648.B", "Device.A.4294967297.B", "99999999999999999999",

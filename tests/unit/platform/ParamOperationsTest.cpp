@@ -36,6 +36,8 @@ protected:
             Entry("Test.Watched.{i}.Value", {PLT_REQUEST_SET_PARAM}, true),
             Entry("Test.ReadOnly", {PLT_REQUEST_GET_PARAM}),
             Entry("Test.Deep.{i}.Table.{i}.Value", {PLT_REQUEST_GET_PARAM}),
+            Entry("Test.Deep.{i}.Table.{i}.Values", {PLT_REQUEST_GET_PARAM}, false, "other handlers"),
+            Entry("Test.Deep.{i}.Table", {PLT_REQUEST_GET_PARAM}, false, "short name"),
             Entry("Device.Ethernet.Interface.{i}.Enable", {PLT_REQUEST_GET_PARAM, PLT_REQUEST_SET_PARAM},
                   true),
             Entry("Test.Device.Ethernet.Interface.{i}.Enable", {PLT_REQUEST_GET_PARAM}),
@@ -88,6 +90,28 @@ TEST_F(GetParam, LogsItsSteps) {
     EXPECT_EQ(messages.front().text, "\"Received GetParam request for Test.Plain\"");
     EXPECT_EQ(messages.back().text, "\"Response Value: 42\"");
     EXPECT_EQ(LogSpy::Count(DEBUG), 5U);
+}
+
+TEST_F(GetParam, TellsNamesApartThatBeginLikeTheOneBefore) {
+    for (const char* name : {"Test.Deep.1.Table.2.Value", "Test.Deep.3.Table.4.Values", "Test.Deep.5.Table",
+                             "Test.Deep.6.Table.7.Value", "Test.Deep.8.Table.9.Value"}) {
+        EXPECT_EQ(Get(name), 0) << name;
+    }
+    for (const char* name : {"Test.Deep.1.Table.x.Value", "Test.Deep.1.Table.2.Valu", "Test.Deep.1.Table.2.",
+                             "Test.Deep.1.Table.2.Value.", "est.Deep.1.Table.2.Value", ""}) {
+        EXPECT_EQ(Get(name), -1) << name;
+    }
+    std::vector<std::string> handlers;
+    std::transform(Calls().begin(), Calls().end(), std::back_inserter(handlers),
+                   [](const scripted::TCall& call) { return call.handlerName; });
+    EXPECT_THAT(handlers, ElementsAre("scripted", "other handlers", "short name", "scripted", "scripted"));
+}
+
+TEST_F(GetParam, EndsTheNameAtItsFirstNul) {
+    using namespace std::string_literals;
+    ASSERT_EQ(Get("Test.Deep.1.Table.2.Value\0.3.Value"s), 0);
+    EXPECT_EQ(Calls().at(0).paramName, "Test.Deep.1.Table.2.Value");
+    EXPECT_THAT(Calls().at(0).indices, ElementsAre(1, 2));
 }
 
 TEST_F(GetParam, TranslatesTheNameForTheHandler) {
