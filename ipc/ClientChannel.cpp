@@ -211,6 +211,10 @@ void TClientChannel::LeadOnce(const TWaiter& waiter, TClock::time_point deadline
     Poll(deadline);
     Read();
     Dispatch();
+    if (!IsDone(waiter) && !lost) {
+        ReadArrived(connection.get());
+        Dispatch();
+    }
 }
 
 void TClientChannel::Poll(TClock::time_point deadline) {

@@ -130,6 +130,8 @@ void TZeltoDBus::TPrivate::DispatchTurn(TRun& dispatching) {
     current->client.Drain();
     if (dbus_connection_read_write_dispatch(server, 0) == FALSE || current->client.IsLost()) {
         LoseLink(current);
+    } else if (status != DBUS_DISPATCH_DATA_REMAINS) {
+        ReadArrived(server);
     }
 }
 

@@ -5,6 +5,8 @@
 
 #include <stdexcept>
 
+#include <sys/ioctl.h>
+
 namespace {
 
 DBusMessage* RequireMessage(DBusMessage* message) {
@@ -15,6 +17,22 @@ DBusMessage* RequireMessage(DBusMessage* message) {
 }
 
 } // namespace
+
+void zelto::ReadArrived(DBusConnection* connection) {
+    constexpr int PIECE = 2048;
+    const auto isPart = [connection] {
+        return dbus_connection_get_dispatch_status(connection) == DBUS_DISPATCH_COMPLETE;
+    };
+    int fd = -1;
+    int arrived = 0;
+    if (!isPart() || dbus_connection_get_unix_fd(connection, &fd) == FALSE ||
+        ioctl(fd, FIONREAD, &arrived) != 0) {
+        return;
+    }
+    for (; arrived > 0 && isPart(); arrived -= PIECE) {
+        (void)dbus_connection_read_write(connection, 0);
+    }
+}
 
 TZeltoDBus::TBusMessage::TBusMessage(DBusMessage* ownedMessage) : message(RequireMessage(ownedMessage)) {}
 

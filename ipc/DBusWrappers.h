@@ -32,6 +32,10 @@ struct TConnectionRelease {
 };
 using TConnectionHandle = std::unique_ptr<DBusConnection, TConnectionRelease>;
 
+// Reads on in a message of which only a part has been read, as far as the rest has arrived. libdbus reads 2
+// KiB at a time; to wait for each piece costs as much as to read it.
+void ReadArrived(DBusConnection* connection);
+
 } // namespace zelto
 
 #endif
