@@ -20,6 +20,8 @@ constexpr std::chrono::milliseconds DRAIN_LIMIT{2};
 constexpr std::chrono::milliseconds DRAIN_INTERVAL{1000};
 // The bus holds back what the socket does not take, and sends it once there is room.
 constexpr std::chrono::milliseconds BUSY_DRAIN_INTERVAL{10};
+// How soon an answer that has come is looked at again when there was no memory for it.
+constexpr std::chrono::milliseconds RETRY_INTERVAL{100};
 // Whoever stops a party waits for what it sends last, but not for a bus that has not read for so long.
 constexpr std::chrono::milliseconds PATIENCE_OF_THE_STOPPED{50};
 
@@ -125,12 +127,12 @@ void TClientChannel::Drain() {
     }
     leading = true;
     lock.unlock();
-    Dispatch();
+    (void)Dispatch();
     const auto limit = begin + DRAIN_LIMIT;
     busy = false;
     while (CanReadOrSend() && TClock::now() < limit) {
         Read();
-        Dispatch();
+        (void)Dispatch();
         busy = true;
     }
     busy = busy || HasUnsent();
@@ -204,16 +206,16 @@ void TClientChannel::WakeDone() {
 
 void TClientChannel::LeadOnce(const TWaiter& waiter, TClock::time_point deadline) {
     // Another thread that flushed may have read messages already: the socket would stay silent about them.
-    Dispatch();
+    const bool isWhole = Dispatch();
     if (IsDone(waiter) || lost) {
         return;
     }
-    Poll(deadline);
+    Poll(isWhole ? deadline : std::min(deadline, TClock::now() + RETRY_INTERVAL));
     Read();
-    Dispatch();
+    (void)Dispatch();
     if (!IsDone(waiter) && !lost) {
         ReadArrived(connection.get());
-        Dispatch();
+        (void)Dispatch();
     }
 }
 
@@ -248,12 +250,15 @@ void TClientChannel::Read() {
     (void)dbus_connection_read_write(connection.get(), 0);
 }
 
-void TClientChannel::Dispatch() {
-    while (dbus_connection_dispatch(connection.get()) == DBUS_DISPATCH_DATA_REMAINS) {
+bool TClientChannel::Dispatch() {
+    DBusDispatchStatus status = DBUS_DISPATCH_DATA_REMAINS;
+    while (status == DBUS_DISPATCH_DATA_REMAINS) {
+        status = dbus_connection_dispatch(connection.get());
     }
     if (dbus_connection_get_is_connected(connection.get()) == FALSE) {
         lost = true;
     }
+    return status != DBUS_DISPATCH_NEED_MEMORY;
 }
 
 } // namespace zelto

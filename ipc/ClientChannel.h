@@ -74,7 +74,8 @@ private:
     void Poll(TClock::time_point deadline);
     bool CanReadOrSend() const;
     void Read();
-    void Dispatch();
+    // False when memory is lacking: something is left that the socket is silent about.
+    bool Dispatch();
     void WakeDone();
     void Kick();
     static void OnWakeUp(void* channel);

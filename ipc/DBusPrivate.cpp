@@ -18,10 +18,12 @@ constexpr int LINK_INTERVAL_MS = 5000;
 
 // The party gets back the name that it had; what goes wrong is logged, and the caller hears of the first
 // failure.
-void Reclaim(TBusLink& link, const std::string& busName) {
+bool Reclaim(TBusLink& link, const std::string& busName) {
     try {
         RequestBusName(link.server.get(), busName);
+        return true;
     } catch (const std::exception&) {
+        return false;
     }
 }
 
@@ -186,8 +188,8 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
             // The bus may have given it, and only the answer is lost.
             (void)dbus_bus_release_name(kept->server.get(), position.names->busName.c_str(), nullptr);
         }
-        if (canRename && isNamed) {
-            Reclaim(*kept, formerNames->busName);
+        if (canRename && isNamed && !Reclaim(*kept, formerNames->busName)) {
+            LoseLink(kept); // the next one comes with the name
         }
         throw;
     }

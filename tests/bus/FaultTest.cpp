@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdarg>
 #include <cstring>
 #include <future>
@@ -35,6 +36,8 @@ struct TFault {
 thread_local TFault fault;
 thread_local std::vector<std::string>* appended = nullptr;
 thread_local std::function<void()> beforeMatch;
+thread_local int namesWithoutMemory = 0;
+thread_local int dispatchesWithoutMemory = 0;
 
 // True once, for the call that is to fail.
 bool Fails(const char* function) {
@@ -181,9 +184,22 @@ REPLACEMENT int dbus_bus_release_name(DBusConnection* connection, const char* na
     return REAL(dbus_bus_release_name)(connection, name, error);
 }
 
+REPLACEMENT DBusDispatchStatus dbus_connection_dispatch(DBusConnection* connection) {
+    if (dispatchesWithoutMemory > 0) {
+        --dispatchesWithoutMemory;
+        return DBUS_DISPATCH_NEED_MEMORY;
+    }
+    return REAL(dbus_connection_dispatch)(connection);
+}
+
 // The name is taken; its answer is lost.
 REPLACEMENT int dbus_bus_request_name(DBusConnection* connection, const char* name, unsigned flags,
                                       DBusError* error) {
+    if (namesWithoutMemory > 0) {
+        --namesWithoutMemory;
+        dbus_set_error(error, DBUS_ERROR_NO_MEMORY, "no memory");
+        return -1;
+    }
     const int answer = REAL(dbus_bus_request_name)(connection, name, flags, error);
     if (Fails("dbus_bus_request_name")) {
         dbus_set_error(error, DBUS_ERROR_NO_REPLY, "no answer");
@@ -206,6 +222,21 @@ TEST_F(Fault, OfSendingTheCallFailsTheCall) {
                   [this] { Call(); });
     ExpectFailure("dbus_connection_send_with_reply failed", "a pending call", [this] { Call(); });
     Call();
+}
+
+// The answer has been read, so the socket stays silent about it.
+TEST_F(Fault, OfHandingOnTheAnswerIsTriedAgainBeforeTheTimeOut) {
+    constexpr int FAILURES = 5;
+    constexpr int32_t TIMEOUT = 30;
+    caller.Connect();
+    auto calling = std::async(std::launch::async, [this] {
+        dispatchesWithoutMemory = FAILURES;
+        TZeltoIpc::TMethodSettings settings{"SERVER", TIMEOUT};
+        std::string result;
+        return caller.CallMethod("ECHO", "request", result, settings);
+    });
+    ASSERT_EQ(std::future_status::ready, calling.wait_for(std::chrono::seconds(TIMEOUT / 2)));
+    EXPECT_EQ(0, calling.get());
 }
 
 TEST_F(Fault, OfAppendingTheDataFailsTheEvent) {
@@ -280,6 +311,14 @@ TEST_F(Fault, OfTakingTheNewNameGivesItUp) {
                   [this] { server.party.Init("NEW"); });
     EXPECT_EQ("SERVER", server.party.identity);
     Call();
+    EXPECT_FALSE(HasOwner("NEW"));
+}
+
+TEST_F(Fault, OfTakingTheFormerNameAgainIsMadeUpForByANewConnection) {
+    namesWithoutMemory = 2;
+    EXPECT_THROW(server.party.Init("NEW"), std::runtime_error);
+    EXPECT_EQ(0, namesWithoutMemory);
+    EXPECT_TRUE(Eventually([] { return HasOwner("SERVER") && Answers("SERVER"); }));
     EXPECT_FALSE(HasOwner("NEW"));
 }
 
