@@ -1,6 +1,7 @@
 #include "ipc/DBusCalls.h"
 #include "ipc/DBusNames.h"
 #include "ipc/DBusPrivate.h"
+#include "ipc/DispatchThreads.h"
 #include "utils/Log.h"
 #include "zelto/TZeltoDBus.h"
 
@@ -141,10 +142,7 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
     } catch (...) {
         TZeltoIpc::Init(formerIdentity);
         if (wasRunning) {
-            own->Resume([this] {
-                own->BeginRun();
-                TZeltoIpc::Run();
-            });
+            own->Resume([this] { own->StartThreads(); });
         }
         throw;
     }
@@ -166,8 +164,7 @@ void TZeltoDBus::Run() {
     } else if (monitor) {
         BecomeMonitor();
     }
-    own->BeginRun();
-    TZeltoIpc::Run();
+    own->StartThreads();
 }
 
 void TZeltoDBus::Stop() {
@@ -183,6 +180,12 @@ void TZeltoDBus::Stop() {
         TryToWakeUp(own->GetLink(), identity);
     }
     own->AwaitStopped();
-    own->StopRun(); // a callback that was waited for may have begun another
-    TZeltoIpc::Stop();
+    std::vector<std::thread> stopped;
+    {
+        const std::lock_guard<std::mutex> lock(own->starting);
+        own->StopRun(); // a callback that was waited for, or another thread, may have begun another
+        running = false;
+        stopped = TakeThreads(threads);
+    }
+    JoinOrLeave(stopped);
 }

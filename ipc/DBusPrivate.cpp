@@ -16,11 +16,20 @@ namespace {
 // How often a party without a link makes sure that somebody tries to get one.
 constexpr int LINK_INTERVAL_MS = 5000;
 
-// The party gets back the name that it had; what goes wrong is logged, and the caller hears of the first
-// failure.
-bool Reclaim(TBusLink& link, const std::string& busName) {
+// The party is to have the name that it had, and not the one that it wanted: the bus may have given that, and
+// only its answer is lost. What goes wrong is logged; the caller hears of the first failure. A bus that hangs
+// is not asked again.
+bool TakeBack(TBusLink& link, const std::string& wanted, const std::string& former) {
     try {
-        RequestBusName(link.server.get(), busName);
+        if (ProbeBus() != TBusState::ANSWERING) {
+            return false;
+        }
+        if (wanted != former && !wanted.empty()) {
+            (void)dbus_bus_release_name(link.server.get(), wanted.c_str(), nullptr);
+        }
+        if (!former.empty()) {
+            RequestBusName(link.server.get(), former);
+        }
         return true;
     } catch (const std::exception&) {
         return false;
@@ -164,8 +173,7 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
     DropDeadLink();
     TPosition position = GetPosition();
     const TLinkRef kept = position.link;
-    const TNamesRef formerNames = position.names;
-    const bool isNamed = !position.plan.busName.empty();
+    const std::string formerName = position.plan.busName;
     const bool canRename = kept && !kept->isMonitor;
     if (canRename && ProbeBus() == TBusState::SILENT) {
         Fail("dbus_bus_release_name - The bus does not answer.");
@@ -184,11 +192,8 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
         party->RegisterBusName();
     } catch (...) {
         Restore(position);
-        if (canRename && position.names != formerNames) {
-            // The bus may have given it, and only the answer is lost.
-            (void)dbus_bus_release_name(kept->server.get(), position.names->busName.c_str(), nullptr);
-        }
-        if (canRename && isNamed && !Reclaim(*kept, formerNames->busName)) {
+        // Now the position is the one that was wanted.
+        if (canRename && !TakeBack(*kept, position.plan.busName, formerName)) {
             LoseLink(kept); // the next one comes with the name
         }
         throw;
@@ -359,7 +364,16 @@ TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::BeginRun() {
     return run;
 }
 
+void TZeltoDBus::TPrivate::StartThreads() {
+    const std::lock_guard<std::mutex> lock(starting);
+    const TRun::TStartScope scope(BeginRun());
+    party->TZeltoIpc::Run();
+}
+
 TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::GetRun() {
+    if (TRunRef begun = TRun::OfStart(); begun && begun->IsOf(this)) {
+        return begun;
+    }
     const std::lock_guard<std::mutex> lock(mutex);
     return run;
 }

@@ -85,6 +85,10 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
 
     // The run that is under way; a new one when there is none.
     TRunRef BeginRun();
+    // As many threads as are configured, for the run that is under way.
+    void StartThreads();
+    // The run that the current thread is to dispatch for: one that was begun after the thread was started has
+    // threads of its own. Null when there is none.
     TRunRef GetRun();
     void StopRun();
     // An idle dispatch thread looks anew at what there is to do.
@@ -101,6 +105,8 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     std::shared_ptr<TPrivate> self; // until Close
     // One thread at a time connects. Never held while a thread is waited for.
     std::mutex connecting;
+    // A run and its threads begin together and end together. Never held while a thread is waited for.
+    std::mutex starting;
 
 private:
     struct TPosition {

@@ -1,9 +1,12 @@
+#include "ipc/DispatchRun.h"
+#include "ipc/DispatchThreads.h"
 #include "ipc/Timeouts.h"
 #include "utils/Log.h"
 #include "zelto/TZeltoIpc.h"
 
 #include <climits>
 #include <mutex>
+#include <utility>
 
 using namespace zelto;
 
@@ -16,19 +19,22 @@ namespace {
 // is waited for; so two threads may stop one party.
 std::mutex threadsGuard;
 
-void JoinOrLeave(std::thread& thread) {
-    if (!thread.joinable()) {
-        return;
-    }
-    if (thread.get_id() == std::this_thread::get_id()) {
-        // A callback stops its own party: the thread ends when the callback returns.
-        thread.detach();
-        return;
-    }
-    thread.join();
+} // namespace
+
+std::vector<std::thread> zelto::TakeThreads(std::vector<std::thread>& threads) {
+    const std::lock_guard<std::mutex> lock(threadsGuard);
+    return std::move(threads);
 }
 
-} // namespace
+void zelto::JoinOrLeave(std::vector<std::thread>& threads) {
+    for (std::thread& thread : threads) {
+        if (thread.get_id() == std::this_thread::get_id()) {
+            thread.detach();
+        } else if (thread.joinable()) {
+            thread.join();
+        }
+    }
+}
 
 IZeltoIpcEventListener::~IZeltoIpcEventListener() = default;
 IZeltoIpcMethodHandler::~IZeltoIpcMethodHandler() = default;
@@ -62,7 +68,10 @@ void TZeltoIpc::Run() {
     running = true;
     const std::lock_guard<std::mutex> lock(threadsGuard);
     for (int32_t started = 0; started < threadCount; ++started) {
-        threads.emplace_back([this] { MainLoop(); });
+        threads.emplace_back([this, run = TRun::OfStart()] {
+            const TRun::TStartScope scope(run);
+            MainLoop();
+        });
     }
 }
 
@@ -98,14 +107,8 @@ int TZeltoIpc::OnMethodCall(const std::string& method, const std::string& reques
 
 void TZeltoIpc::Stop() {
     running = false;
-    std::vector<std::thread> stopped;
-    {
-        const std::lock_guard<std::mutex> lock(threadsGuard);
-        stopped.swap(threads);
-    }
-    for (std::thread& thread : stopped) {
-        JoinOrLeave(thread);
-    }
+    std::vector<std::thread> stopped = TakeThreads(threads);
+    JoinOrLeave(stopped);
 }
 
 void TZeltoIpc::Configure(const TZeltoIpcSettings& settings) {

@@ -1,9 +1,7 @@
-// Failures of libdbus that no input brings about: its functions are replaced here by ones that fail when told
-// to, on the thread that told them.
+// Failures of libdbus that no input brings about.
 
-#include "BusParty.h"
+#include "FaultInjection.h"
 
-#include "support/LogSpy.h"
 #include "support/ProcessStats.h"
 
 #include <gmock/gmock.h>
@@ -11,16 +9,12 @@
 
 #include <chrono>
 #include <cstdarg>
-#include <cstring>
 #include <future>
-#include <stdexcept>
-#include <thread>
-#include <utility>
 
-#include <dlfcn.h>
 #include <unistd.h>
 
 using namespace busparty;
+using namespace faults;
 using namespace support;
 using testing::ElementsAre;
 
@@ -28,71 +22,10 @@ namespace {
 
 const bool BUS_READY = TBusEnvironment::Register();
 
-struct TFault {
-    const char* function = "";
-    int passes = 0; // calls that succeed before the one that fails
-};
-
-thread_local TFault fault;
 thread_local std::vector<std::string>* appended = nullptr;
-thread_local std::function<void()> beforeMatch;
-thread_local int namesWithoutMemory = 0;
 thread_local int dispatchesWithoutMemory = 0;
 
-// True once, for the call that is to fail.
-bool Fails(const char* function) {
-    if (std::strcmp(fault.function, function) != 0 || fault.passes-- > 0) {
-        return false;
-    }
-    fault = {};
-    return true;
-}
-
-template <typename TFunction>
-TFunction* RealFunction(TFunction* /*replacement*/, const char* name) {
-    return reinterpret_cast<TFunction*>(dlsym(RTLD_NEXT, name));
-}
-
-#define REAL(function) RealFunction(&(function), #function)
-
-std::string FailureOf(const char* function, const std::function<void()>& body, int passes = 0) {
-    fault = {function, passes};
-    std::string failure;
-    try {
-        body();
-    } catch (const std::runtime_error& error) {
-        failure = error.what();
-    }
-    EXPECT_STREQ("", fault.function) << "never called";
-    fault = {};
-    return failure;
-}
-
-// Fails with the text and one error line of the text.
-void ExpectFailure(const std::string& text, const char* function, const std::function<void()>& body,
-                   int passes = 0) {
-    LogSpy::Clear();
-    EXPECT_EQ(text, FailureOf(function, body, passes));
-    EXPECT_EQ(1U, LogSpy::Count(3));
-    EXPECT_TRUE(LogSpy::Contains(3, "\"" + text + "\""));
-}
-
-class Fault : public testing::Test {
-protected:
-    void Call() {
-        TZeltoIpc::TMethodSettings settings{"SERVER", 10};
-        std::string result;
-        EXPECT_EQ(0, caller.CallMethod("ECHO", "request", result, settings));
-        EXPECT_EQ("request", result);
-    }
-
-    TServingParty server{"SERVER"};
-    TAccessParty caller;
-};
-
 } // namespace
-
-#define REPLACEMENT extern "C" __attribute__((visibility("default")))
 
 REPLACEMENT dbus_bool_t dbus_message_iter_append_basic(DBusMessageIter* iter, int type, const void* value) {
     if (Fails("dbus_message_iter_append_basic")) {
@@ -165,47 +98,12 @@ REPLACEMENT dbus_bool_t dbus_connection_add_filter(DBusConnection* connection,
                : REAL(dbus_connection_add_filter)(connection, function, data, release);
 }
 
-REPLACEMENT void dbus_bus_add_match(DBusConnection* connection, const char* rule, DBusError* error) {
-    if (const auto hook = std::exchange(beforeMatch, nullptr)) {
-        hook();
-    }
-    if (Fails("dbus_bus_add_match")) {
-        dbus_set_error(error, DBUS_ERROR_NO_MEMORY, "no rules left");
-        return;
-    }
-    REAL(dbus_bus_add_match)(connection, rule, error);
-}
-
-REPLACEMENT int dbus_bus_release_name(DBusConnection* connection, const char* name, DBusError* error) {
-    if (Fails("dbus_bus_release_name")) {
-        dbus_set_error(error, DBUS_ERROR_FAILED, "not now");
-        return -1;
-    }
-    return REAL(dbus_bus_release_name)(connection, name, error);
-}
-
 REPLACEMENT DBusDispatchStatus dbus_connection_dispatch(DBusConnection* connection) {
     if (dispatchesWithoutMemory > 0) {
         --dispatchesWithoutMemory;
         return DBUS_DISPATCH_NEED_MEMORY;
     }
     return REAL(dbus_connection_dispatch)(connection);
-}
-
-// The name is taken; its answer is lost.
-REPLACEMENT int dbus_bus_request_name(DBusConnection* connection, const char* name, unsigned flags,
-                                      DBusError* error) {
-    if (namesWithoutMemory > 0) {
-        --namesWithoutMemory;
-        dbus_set_error(error, DBUS_ERROR_NO_MEMORY, "no memory");
-        return -1;
-    }
-    const int answer = REAL(dbus_bus_request_name)(connection, name, flags, error);
-    if (Fails("dbus_bus_request_name")) {
-        dbus_set_error(error, DBUS_ERROR_NO_REPLY, "no answer");
-        return -1;
-    }
-    return answer;
 }
 
 TEST_F(Fault, OfAppendingTheRequestFailsTheCall) {
@@ -295,56 +193,6 @@ TEST_F(Fault, OfAddingTheMatchRuleLeavesThePartyUnconnected) {
     EXPECT_FALSE(caller.connected);
     EXPECT_EQ(descriptors, OpenDescriptors(getpid()));
     Call();
-}
-
-TEST_F(Fault, OfReleasingTheNameKeepsIt) {
-    ExpectFailure("dbus_bus_release_name - not now", "dbus_bus_release_name",
-                  [this] { server.party.Init("NEW"); });
-    EXPECT_EQ("SERVER", server.party.identity);
-    Call();
-    server.party.Init("NEW");
-    EXPECT_TRUE(HasOwner("NEW"));
-}
-
-TEST_F(Fault, OfTakingTheNewNameGivesItUp) {
-    ExpectFailure("dbus_bus_request_name - no answer", "dbus_bus_request_name",
-                  [this] { server.party.Init("NEW"); });
-    EXPECT_EQ("SERVER", server.party.identity);
-    Call();
-    EXPECT_FALSE(HasOwner("NEW"));
-}
-
-TEST_F(Fault, OfTakingTheFormerNameAgainIsMadeUpForByANewConnection) {
-    namesWithoutMemory = 2;
-    EXPECT_THROW(server.party.Init("NEW"), std::runtime_error);
-    EXPECT_EQ(0, namesWithoutMemory);
-    EXPECT_TRUE(Eventually([] { return HasOwner("SERVER") && Answers("SERVER"); }));
-    EXPECT_FALSE(HasOwner("NEW"));
-}
-
-// Whoever connects meanwhile must not take the place of the party that waits for its name.
-TEST_F(Fault, OfInitKeepsTheNameFromAConnectionThatIsBeingMade) {
-    TAccessParty party;
-    party.Init("FORMER");
-    TBusEnvironment::Bus().Restart();
-    std::promise<void> hasFailed;
-    std::thread connecting;
-    beforeMatch = [&] {
-        connecting = std::thread([&] {
-            beforeMatch = [&hasFailed] { hasFailed.get_future().wait(); };
-            try {
-                party.Connect();
-            } catch (const std::runtime_error&) {
-            }
-        });
-    };
-    EXPECT_EQ("dbus_bus_add_match - no rules left",
-              FailureOf("dbus_bus_add_match", [&party] { party.Init("NEXT"); }));
-    hasFailed.set_value();
-    connecting.join();
-    EXPECT_TRUE(Eventually([&] { return party.connected && party.busName == BusName("FORMER"); }))
-        << party.busName;
-    EXPECT_TRUE(HasOwner("FORMER"));
 }
 
 TEST_F(Fault, OfAskingToWatchLeavesThePartyNotRunning) {

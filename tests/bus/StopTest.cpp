@@ -3,10 +3,13 @@
 #include "bus/Party.h"
 
 #include "support/BusEnvironment.h"
+#include "support/Eventually.h"
 #include "support/RawPeer.h"
+#include "zelto/TZeltoDBus.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <future>
@@ -295,6 +298,40 @@ TEST_P(StopWithThreads, MayBeCalledByTwoThreadsAtOnce) {
     auto second = std::async(std::launch::async, [&] { tested->Stop(); });
     EXPECT_EQ(first.wait_for(STOP_BOUND), std::future_status::ready);
     EXPECT_EQ(second.wait_for(STOP_BOUND), std::future_status::ready);
+}
+
+class TSeenParty : public TZeltoDBus {
+public:
+    ~TSeenParty() override { TZeltoDBus::Stop(); }
+    using TZeltoDBus::running;
+};
+
+// It used to wait for the threads of a run that had begun while it was about to take those of its own.
+TEST(Stop, ReturnsWhileAnotherThreadStartsThePartyAgain) {
+    constexpr int ROUNDS = 1000;
+    constexpr std::chrono::seconds BOUND{60};
+    TSeenParty tested;
+    tested.Init("STARTED_AGAIN");
+    std::atomic<bool> isOver{false};
+    std::thread starting([&] {
+        while (!isOver) {
+            if (!tested.running) {
+                tested.Run();
+            }
+        }
+    });
+    auto stopping = std::async(std::launch::async, [&] {
+        for (int round = 0; round < ROUNDS && !isOver; ++round) {
+            while (!tested.running) {
+                std::this_thread::yield();
+            }
+            tested.Stop();
+        }
+    });
+    EXPECT_EQ(std::future_status::ready, stopping.wait_for(BOUND));
+    isOver = true;
+    starting.join();
+    tested.Stop(); // ends one that waits
 }
 
 // exit() runs the static destructors, and with them Stop, on the dispatch thread whose callback called it.
