@@ -1,7 +1,7 @@
 #include "ipc/DBusCalls.h"
 #include "ipc/DBusNames.h"
 #include "ipc/DBusPrivate.h"
-#include "ipc/DispatchThreads.h"
+#include "ipc/PartyThreads.h"
 #include "utils/Log.h"
 #include "zelto/TZeltoDBus.h"
 

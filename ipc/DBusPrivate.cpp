@@ -1,6 +1,7 @@
 #include "ipc/DBusPrivate.h"
 
 #include "ipc/DBusNames.h"
+#include "ipc/PartyThreads.h"
 #include "utils/Log.h"
 
 #include <stdexcept>
@@ -366,12 +367,12 @@ TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::BeginRun() {
 
 void TZeltoDBus::TPrivate::StartThreads() {
     const std::lock_guard<std::mutex> lock(starting);
-    const TRun::TStartScope scope(BeginRun());
+    const TStartScope scope(BeginRun());
     party->TZeltoIpc::Run();
 }
 
 TZeltoDBus::TPrivate::TRunRef TZeltoDBus::TPrivate::GetRun() {
-    if (TRunRef begun = TRun::OfStart(); begun && begun->IsOf(this)) {
+    if (TRunRef begun = RunOfStart(); begun && begun->IsOf(this)) {
         return begun;
     }
     const std::lock_guard<std::mutex> lock(mutex);

@@ -12,7 +12,6 @@ namespace zelto {
 namespace {
 
 thread_local TRun* runOfThisThread = nullptr;
-thread_local std::shared_ptr<TRun> runOfStart;
 
 } // namespace
 
@@ -25,17 +24,6 @@ TRun::TRun(const void* runOwner, std::shared_ptr<TLead> partyLead)
 
 TRun* TRun::OfThisThread() {
     return runOfThisThread;
-}
-
-std::shared_ptr<TRun> TRun::OfStart() {
-    return runOfStart;
-}
-
-TRun::TStartScope::TStartScope(std::shared_ptr<TRun> run)
-    : outer(std::exchange(runOfStart, std::move(run))) {}
-
-TRun::TStartScope::~TStartScope() {
-    runOfStart = std::move(outer);
 }
 
 TRun::TThreadScope::TThreadScope(TRun* run) {

@@ -34,21 +34,6 @@ public:
     // The run that the current thread dispatches for; null on any other thread.
     static TRun* OfThisThread();
 
-    // The run for which the current thread was started, or for which it starts threads; null without one.
-    static std::shared_ptr<TRun> OfStart();
-
-    // Sets it for the length of a scope.
-    class TStartScope {
-    public:
-        explicit TStartScope(std::shared_ptr<TRun> run);
-        ~TStartScope();
-        TStartScope(const TStartScope&) = delete;
-        TStartScope& operator=(const TStartScope&) = delete;
-
-    private:
-        std::shared_ptr<TRun> outer;
-    };
-
     bool IsOf(const void* party) const { return owner == party; }
     bool IsStopping() const { return stopping; }
     // A callback's calls are not worth waiting for any more.

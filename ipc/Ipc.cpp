@@ -1,40 +1,12 @@
-#include "ipc/DispatchRun.h"
-#include "ipc/DispatchThreads.h"
+#include "ipc/PartyThreads.h"
 #include "ipc/Timeouts.h"
 #include "utils/Log.h"
 #include "zelto/TZeltoIpc.h"
-
-#include <climits>
-#include <mutex>
-#include <utility>
 
 using namespace zelto;
 
 const std::string TZeltoIpc::ON_APP_CONNECTED_EVENT = "APP_CONNECTED";
 const std::string TZeltoIpc::ON_APP_DISCONNECTED_EVENT = "APP_DISCONNECTED";
-
-namespace {
-
-// Guards the thread vectors of all transport objects while they are filled and emptied, never while a thread
-// is waited for; so two threads may stop one party.
-std::mutex threadsGuard;
-
-} // namespace
-
-std::vector<std::thread> zelto::TakeThreads(std::vector<std::thread>& threads) {
-    const std::lock_guard<std::mutex> lock(threadsGuard);
-    return std::move(threads);
-}
-
-void zelto::JoinOrLeave(std::vector<std::thread>& threads) {
-    for (std::thread& thread : threads) {
-        if (thread.get_id() == std::this_thread::get_id()) {
-            thread.detach();
-        } else if (thread.joinable()) {
-            thread.join();
-        }
-    }
-}
 
 IZeltoIpcEventListener::~IZeltoIpcEventListener() = default;
 IZeltoIpcMethodHandler::~IZeltoIpcMethodHandler() = default;
@@ -66,13 +38,7 @@ void TZeltoIpc::Init(const std::string& localIdentity) {
 
 void TZeltoIpc::Run() {
     running = true;
-    const std::lock_guard<std::mutex> lock(threadsGuard);
-    for (int32_t started = 0; started < threadCount; ++started) {
-        threads.emplace_back([this, run = TRun::OfStart()] {
-            const TRun::TStartScope scope(run);
-            MainLoop();
-        });
-    }
+    StartThreads(threads, threadCount, [this] { MainLoop(); });
 }
 
 // Every listener gets every event: existing users rely on it and select by themselves.
