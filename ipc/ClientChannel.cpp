@@ -73,11 +73,18 @@ bool TClientChannel::CanTakeMore() {
 
 TPendingCallHandle TClientChannel::SendCall(DBusMessage* message) {
     DBusPendingCall* pending = nullptr;
-    if (!CanTakeMore() || dbus_connection_send_with_reply(connection.get(), message, &pending,
-                                                          DBUS_TIMEOUT_INFINITE) == FALSE) {
+    if (!CanTakeMore()) {
         return nullptr;
     }
-    return TPendingCallHandle(pending);
+    const std::lock_guard<std::mutex> lock(access);
+    const dbus_bool_t isQueued =
+        dbus_connection_send_with_reply(connection.get(), message, &pending, DBUS_TIMEOUT_INFINITE);
+    return TPendingCallHandle(isQueued != FALSE ? pending : nullptr);
+}
+
+bool TClientChannel::Queue(DBusMessage* message) {
+    const std::lock_guard<std::mutex> lock(access);
+    return dbus_connection_send(connection.get(), message, nullptr) != FALSE;
 }
 
 TMessageHandle TClientChannel::WaitForAnswer(DBusPendingCall* pending, TClock::time_point deadline,
@@ -97,7 +104,7 @@ bool TClientChannel::Send(DBusMessage* message, TClock::time_point deadline, con
     // since it was waited for in vain is not waited for again, or every event would take that long.
     const bool isHopeless =
         IsStalled() && HasUnsent() && dbus_connection_get_outgoing_size(connection.get()) >= stalledBytes;
-    if (!CanTakeMore() || dbus_connection_send(connection.get(), message, nullptr) == FALSE) {
+    if (!CanTakeMore() || !Queue(message)) {
         return false;
     }
     NoteStall(HasUnsent() && (isHopeless || !WaitUntilSent(deadline, run)));
@@ -115,7 +122,7 @@ void TClientChannel::NoteStall(bool isStalled) {
 void TClientChannel::Post(DBusMessage* message) {
     if (CanTakeMore()) {
         // Not being woken up is no loss: nobody relies on this message to arrive.
-        (void)dbus_connection_send(connection.get(), message, nullptr);
+        (void)Queue(message);
     }
 }
 
@@ -214,7 +221,7 @@ void TClientChannel::LeadOnce(const TWaiter& waiter, TClock::time_point deadline
     Read();
     (void)Dispatch();
     if (!IsDone(waiter) && !lost) {
-        ReadArrived(connection.get());
+        ReadRest();
         (void)Dispatch();
     }
 }
@@ -247,10 +254,17 @@ bool TClientChannel::CanReadOrSend() const {
 }
 
 void TClientChannel::Read() {
+    const std::lock_guard<std::mutex> lock(access);
     (void)dbus_connection_read_write(connection.get(), 0);
 }
 
+void TClientChannel::ReadRest() {
+    const std::lock_guard<std::mutex> lock(access);
+    ReadArrived(connection.get());
+}
+
 bool TClientChannel::Dispatch() {
+    const std::lock_guard<std::mutex> lock(access);
     DBusDispatchStatus status = DBUS_DISPATCH_DATA_REMAINS;
     while (status == DBUS_DISPATCH_DATA_REMAINS) {
         status = dbus_connection_dispatch(connection.get());

@@ -65,6 +65,7 @@ private:
 
     bool CanTakeMore();
     bool IsClogged() const;
+    bool Queue(DBusMessage* message);
     bool HasUnsent() const;
     void NoteStall(bool isStalled);
     bool IsDone(const TWaiter& waiter) const;
@@ -74,6 +75,7 @@ private:
     void Poll(TClock::time_point deadline);
     bool CanReadOrSend() const;
     void Read();
+    void ReadRest();
     // False when memory is lacking: something is left that the socket is silent about.
     bool Dispatch();
     void WakeDone();
@@ -81,6 +83,9 @@ private:
     static void OnWakeUp(void* channel);
 
     TConnectionHandle connection;
+    // Held in every function of libdbus that may find the connection lost. libdbus lets go of its own lock
+    // while it gives up the calls of a lost connection; a second thread that gets there ends the process.
+    std::mutex access;
     TUniqueFd kick;
     std::atomic<bool> polling{false};
     std::atomic<bool> lost{false};
