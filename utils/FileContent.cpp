@@ -1,5 +1,6 @@
 // Reading, writing and copying the bytes of files.
 
+#include "utils/TargetPath.h"
 #include "utils/UniqueFd.h"
 #include "zelto/ZeltoFileUtils.h"
 
@@ -133,7 +134,7 @@ bool ResizeFile(const std::string& path, unsigned long long length) {
 }
 
 bool CopyFile(const std::string& from, const std::string& to) {
-    const std::string target = IsDirectory(to) ? AppendFilePath(to, GetBaseName(from)) : to;
+    const std::string target = zelto::TargetOf(from, to);
     const TUniqueFd source = OpenForReading(from);
     if (!source) {
         return false;

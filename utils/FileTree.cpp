@@ -1,5 +1,6 @@
 // Entries of the file-system tree: made, moved, removed and copied, alone or with everything below them.
 
+#include "utils/TargetPath.h"
 #include "zelto/ZeltoFileUtils.h"
 
 #include <cerrno>
@@ -14,6 +15,8 @@
 namespace ZeltoFileUtils {
 
 namespace {
+
+using zelto::TargetOf;
 
 constexpr unsigned COPIED_DIRECTORY_MODE = 0755;
 
@@ -31,11 +34,6 @@ std::vector<std::string> EntryNames(const std::string& directory) {
         names.push_back(it.GetName());
     }
     return names;
-}
-
-// Where something from `from` goes: into `to` under its own name when that is a directory, else to `to`.
-std::string TargetOf(const std::string& from, const std::string& to) {
-    return IsDirectory(to) ? AppendFilePath(to, GetBaseName(from)) : to;
 }
 
 bool CopyLink(const std::string& from, const std::string& to) {
