@@ -36,6 +36,11 @@ std::vector<std::string> EntryNames(const std::string& directory) {
     return names;
 }
 
+// Not merely out of sight: a status can be refused for other reasons. A link to nothing counts as gone.
+bool IsGone(const std::string& path) {
+    return !Exists(path) && (errno == ENOENT || errno == ENOTDIR);
+}
+
 bool CopyLink(const std::string& from, const std::string& to) {
     std::string target;
     (void)Remove(to); // usually there is nothing; a leftover makes the creation below fail
@@ -116,7 +121,7 @@ bool RemoveDirectoryRecursive(const std::string& path) {
             return false;
         }
     }
-    return !Exists(path) || RemoveDirectory(path);
+    return IsGone(path) || RemoveDirectory(path);
 }
 
 unsigned long long GetDirectorySizeRecursive(const std::string& path) {

@@ -133,6 +133,32 @@ TEST_F(RemoveDirectoryRecursiveTest, SucceedsWhenThereIsNothing) {
     EXPECT_TRUE(RemoveDirectoryRecursive(""));
 }
 
+TEST_F(RemoveDirectoryRecursiveTest, TakesALinkToNothingForNothing) {
+    fs::create_symlink("missing", At("dangling"));
+    PutFile(At("file"));
+    EXPECT_TRUE(RemoveDirectoryRecursive(At("dangling")));
+    EXPECT_TRUE(RemoveDirectoryRecursive(At("file/inside")));
+    EXPECT_TRUE(fs::is_symlink(At("dangling")));
+}
+
+TEST_F(RemoveDirectoryRecursiveTest, FailsForWhatItCannotSee) {
+    const TUnprivileged dropped;
+    fs::create_directories(At("closed/tree"));
+    ::chmod(At("closed").c_str(), 0);
+    EXPECT_FALSE(RemoveDirectoryRecursive(At("closed/tree")));
+    EXPECT_EQ(errno, EACCES);
+    ::chmod(At("closed").c_str(), 0755);
+    EXPECT_TRUE(fs::is_directory(At("closed/tree")));
+}
+
+TEST_F(RemoveDirectoryRecursiveTest, FailsForAPathThatTheSystemRefuses) {
+    fs::create_symlink("loop", At("loop"));
+    EXPECT_FALSE(RemoveDirectoryRecursive(At("loop/tree")));
+    EXPECT_EQ(errno, ELOOP);
+    EXPECT_FALSE(RemoveDirectoryRecursive(At(std::string(300, 'n'))));
+    EXPECT_EQ(errno, ENAMETOOLONG);
+}
+
 TEST_F(RemoveDirectoryRecursiveTest, DoesNotRemoveAFile) {
     PutFile(At("file"), "text");
     EXPECT_FALSE(RemoveDirectoryRecursive(At("file")));
