@@ -41,6 +41,17 @@ bool IsGone(const std::string& path) {
     return !Exists(path) && (errno == ENOENT || errno == ENOTDIR);
 }
 
+// As IsDirectory, with an errno that says why not.
+bool RequireDirectory(const std::string& path) {
+    if (IsDirectory(path)) {
+        return true;
+    }
+    if (Exists(path)) {
+        errno = ENOTDIR; // no call has failed
+    }
+    return false;
+}
+
 bool CopyLink(const std::string& from, const std::string& to) {
     std::string target;
     (void)Remove(to); // usually there is nothing; a leftover makes the creation below fail
@@ -138,7 +149,7 @@ unsigned long long GetDirectorySizeRecursive(const std::string& path) {
 }
 
 bool CopyDirectoryContent(const std::string& from, const std::string& to) {
-    if (!IsDirectory(from) || !IsDirectory(to)) {
+    if (!RequireDirectory(from) || !RequireDirectory(to)) {
         return false;
     }
     for (const std::string& name : EntryNames(from)) {
@@ -150,7 +161,7 @@ bool CopyDirectoryContent(const std::string& from, const std::string& to) {
 }
 
 bool CopyDirectory(const std::string& from, const std::string& to) {
-    if (!IsDirectory(from)) {
+    if (!RequireDirectory(from)) {
         return false;
     }
     const std::string target = TargetOf(from, to);

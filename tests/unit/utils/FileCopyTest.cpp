@@ -195,6 +195,7 @@ TEST_F(CopyDirectoryTest, FailsWithoutASourceDirectory) {
     EXPECT_FALSE(CopyDirectory(At("missing"), At("to")));
     EXPECT_EQ(errno, ENOENT);
     EXPECT_FALSE(CopyDirectory(At("file"), At("to")));
+    EXPECT_EQ(errno, ENOTDIR);
     EXPECT_FALSE(fs::exists(At("to")));
 }
 
@@ -202,6 +203,7 @@ TEST_F(CopyDirectoryTest, FailsWhenTheTargetIsAFile) {
     PutTree();
     PutFile(At("to"), "text");
     EXPECT_FALSE(CopyDirectory(At("from"), At("to")));
+    EXPECT_EQ(errno, ENOTDIR);
     EXPECT_EQ(FileText(At("to")), "text");
 }
 
@@ -227,8 +229,11 @@ TEST_F(CopyDirectoryContentTest, NeedsTwoDirectories) {
     EXPECT_EQ(errno, ENOENT);
     EXPECT_FALSE(fs::exists(At("missing")));
     EXPECT_FALSE(CopyDirectoryContent(At("from"), At("file")));
+    EXPECT_EQ(errno, ENOTDIR);
     EXPECT_FALSE(CopyDirectoryContent(At("missing"), At("from")));
+    EXPECT_EQ(errno, ENOENT);
     EXPECT_FALSE(CopyDirectoryContent(At("file"), At("from")));
+    EXPECT_EQ(errno, ENOTDIR);
 }
 
 TEST_F(CopyDirectoryContentTest, ALinkReplacesAFileOrALink) {
