@@ -46,6 +46,10 @@ ssize_t ReadChunk(const TUniqueFd& file, TChunk& chunk) {
 bool WriteAll(const TUniqueFd& file, const char* data, std::size_t size) {
     while (size > 0) {
         const ssize_t written = ::write(file.Get(), data, size);
+        if (written == 0) {
+            errno = EIO; // no call has failed, but none would ever write the rest
+            return false;
+        }
         if (written < 0 && errno != EINTR) {
             return false;
         }

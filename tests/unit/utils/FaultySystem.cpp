@@ -30,6 +30,9 @@ long NextStep(zelto_test::TCallPlan zelto_test::TFaults::*plan, std::size_t byte
         errno = -step;
         return -1;
     }
+    if (step == zelto_test::NOTHING) {
+        return 0;
+    }
     return step == 0 ? static_cast<long>(bytes) : std::min<long>(step, static_cast<long>(bytes));
 }
 

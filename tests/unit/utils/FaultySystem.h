@@ -6,14 +6,16 @@
 #include <cstddef>
 #include <deque>
 #include <functional>
+#include <limits>
 
 #include <sys/statvfs.h>
 
 namespace zelto_test {
 
 // What the next calls of one function do, in order: -EINTR and the like fail with that errno, 0 is the real
-// call, and a positive number makes the real call for at most so many bytes.
+// call, and a positive number makes the real call for at most so many bytes, or for NOTHING.
 using TCallPlan = std::deque<int>;
+constexpr int NOTHING = std::numeric_limits<int>::max();
 
 struct TFaults {
     TCallPlan reads;

@@ -105,6 +105,16 @@ TEST_F(FileFaultsTest, WriteFileFailsWithAnyOtherError) {
     EXPECT_TRUE(FileText(At("new")) == TEXT.substr(0, 10));
 }
 
+// Trying again would never end where nothing is ever taken.
+TEST_F(FileFaultsTest, WriteFileFailsWhenNothingIsWritten) {
+    TFaultySystem system;
+    system.writes = {10, NOTHING};
+    errno = 0;
+    EXPECT_FALSE(WriteFile(At("new"), TEXT, false));
+    EXPECT_EQ(errno, EIO);
+    EXPECT_TRUE(FileText(At("new")) == TEXT.substr(0, 10));
+}
+
 TEST_F(FileFaultsTest, WriteFileAsksForSynchronousWritesOnDemand) {
     TFaultySystem system;
     EXPECT_TRUE(WriteFile(At("new"), TEXT, false));
