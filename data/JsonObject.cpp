@@ -2,8 +2,8 @@
 
 #include <jansson.h>
 
-#include <cstdlib>
-#include <memory>
+#include <cstdio>
+#include <utility>
 
 static_assert(JSON_PRESERVE_ORDER == 0x100, "texts and files are written in the order of insertion");
 
@@ -11,9 +11,22 @@ namespace {
 
 constexpr int INDENT_MASK = 0x1F;
 
-struct TTextRelease {
-    void operator()(char* text) const { std::free(text); }
+// jansson does not look whether the keys of objects could be written: a failure is kept here.
+struct TEncoding {
+    std::string text;
+    bool isWhole = true;
 };
+
+int AppendPiece(const char* piece, std::size_t size, void* encoding) {
+    auto& result = *static_cast<TEncoding*>(encoding);
+    try {
+        result.text.append(piece, size);
+        return 0;
+    } catch (...) { // the caller is C code
+        result.isWhole = false;
+        return -1;
+    }
+}
 
 const json_t* AsJson(const void* value) {
     return static_cast<const json_t*>(value);
@@ -53,8 +66,9 @@ bool TZeltoJsonObject::DecodeFromString(const std::string& text) {
 }
 
 std::string TZeltoJsonObject::EncodeToString() const {
-    const std::unique_ptr<char, TTextRelease> text(json_dumps(root, JSON_PRESERVE_ORDER));
-    return text ? std::string(text.get()) : std::string();
+    TEncoding result;
+    const bool isEncoded = json_dump_callback(root, AppendPiece, &result, JSON_PRESERVE_ORDER) == 0;
+    return isEncoded && result.isWhole ? std::move(result.text) : std::string();
 }
 
 bool TZeltoJsonObject::LoadFile(const std::string& path) {
@@ -65,7 +79,12 @@ bool TZeltoJsonObject::LoadFile(const std::string& path) {
 
 bool TZeltoJsonObject::DumpToFile(const std::string& path, int indent) const {
     const auto flags = static_cast<std::size_t>(indent & INDENT_MASK) | JSON_PRESERVE_ORDER;
-    return json_dump_file(root, path.c_str(), flags) != -1;
+    FILE* const file = std::fopen(path.c_str(), "we");
+    if (file == nullptr) {
+        return false;
+    }
+    const bool isWritten = json_dumpf(root, file, flags) == 0 && std::ferror(file) == 0;
+    return std::fclose(file) == 0 && isWritten;
 }
 
 TZeltoJsonObject TZeltoJsonObject::GetObject(const std::string& name) const {

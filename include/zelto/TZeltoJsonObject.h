@@ -23,8 +23,9 @@ enum tZeltoJsonType : int {
 
 // Owns one jansson value, the root. The root may be null (no document): then every reader gives its default
 // and every setter fails. Copies are deep. An object is used by one thread at a time, together with all
-// objects that share values with it through GetObjectRef. Nothing is logged; nothing throws but
-// std::bad_alloc.
+// objects that share values with it through GetObjectRef. Nothing is logged. Without memory a new object or
+// copy has no document; nothing throws but std::bad_alloc, and that only GetProperties and
+// GetJsonValue<std::string>.
 class ZELTO_API TZeltoJsonObject {
 public:
     // An empty JSON object.
@@ -46,7 +47,8 @@ public:
 
     // A deep copy of the named property, of any kind; no document when it is missing.
     TZeltoJsonObject GetObject(const std::string& name) const;
-    // The named property itself: changes through either object are seen by both.
+    // The named property itself: changes through either object are seen by both. That holds for an object
+    // that is initialised with the result; to assign the result to one makes a deep copy as always.
     TZeltoJsonObject GetObjectRef(const std::string& name) const;
     // True for an empty object, a root that is no object, and no document.
     bool IsEmpty() const;
@@ -64,16 +66,19 @@ public:
     // Names of the properties, in order.
     std::vector<std::string> GetProperties() const;
 
-    // The json_t of a property (borrowed, null when missing); of an array, its element at `index`. An index
-    // past the end yields the array itself: the index -1 fetches a property whatever its kind.
+    // The json_t of a property (null when missing); of an array, its element at `index`. An index past the
+    // end yields the array itself: the index -1 fetches a property whatever its kind. It is borrowed: it
+    // lives until it is replaced or removed where it stands, or the last object goes that holds or shares
+    // what it stands in. A json_incref of the caller's keeps it longer.
     void* GetJsonObject(const std::string& name, unsigned int index) const;
-    // Sets a property to a json_t, taking over the caller's reference; null stores JSON null. Returns 0 or
-    // -1.
+    // Sets a property to a json_t, taking over the caller's reference, on failure too; null stores JSON null,
+    // also the null of a ToJson that failed. Returns 0 or -1.
     int SetJsonObject(const std::string& name, void* value);
     // 0 when the property is missing or no array.
     unsigned int GetJsonArraySize(const std::string& name) const;
-    // Appends a json_t to an array, taking over the caller's reference; a null `*array` is created first.
-    // Returns 0 or -1.
+    // Appends a json_t to an array, taking over the caller's reference, on failure too; null is a failure. A
+    // null `*array` is created first; it belongs to the caller until SetJsonObject takes it over. Returns 0
+    // or -1.
     int AppendJsonArray(void** array, void* value);
 
     // Converts a json_t to T, or gives `defaultValue` when it is null or of another kind. There is no
@@ -85,7 +90,7 @@ public:
 
     // A new json_t that the caller owns. T is one of: const char*, std::string, char (its number), unsigned
     // short, int, unsigned int, long, unsigned long, long long, double, TZeltoJsonObject (a deep copy), bool.
-    // A null text and a text that is not UTF-8 give null.
+    // A null text, a text that is not UTF-8, NaN, infinity and an object without a document give null.
     template <typename T>
     json_t* ToJson(const T& value) const;
     json_t* ToJson(const char* text) const;

@@ -1,16 +1,20 @@
 // Whole documents: ownership, texts and files.
 
 #include "ParsedJson.h"
+#include "unit/utils/FileTestSupport.h"
 
 #include "support/TempDir.h"
 
 #include <gtest/gtest.h>
 #include <jansson.h>
 
+#include <csignal>
 #include <cstddef>
 #include <cstring>
 #include <memory>
 #include <type_traits>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -18,6 +22,13 @@ json_t* Root(const TZeltoJsonObject& json) {
     json_t* root = nullptr;
     std::memcpy(&root, reinterpret_cast<const char*>(&json) + sizeof(void*), sizeof root);
     return root;
+}
+
+void LiftFileSizeLimit(int /*signal*/) {
+    rlimit limit{};
+    (void)::getrlimit(RLIMIT_FSIZE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    (void)::setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 } // namespace
@@ -250,6 +261,25 @@ TEST(DumpToFile, FailsForARootThatIsNoContainer) {
 TEST(DumpToFile, FailsInAMissingDirectory) {
     const support::TTempDir directory;
     EXPECT_FALSE(TZeltoJsonObject().DumpToFile(directory.File("missing/out.json"), 0));
+}
+
+TEST(DumpToFile, FailsOnAFullDevice) {
+    EXPECT_FALSE(Parsed(R"({"a": 1})").DumpToFile("/dev/full", 0));
+}
+
+// Only the key meets the full disk: what follows it finds room again.
+TEST(DumpToFile, FailsWhenOnlyAKeyCannotBeWritten) {
+    const support::TTempDir directory;
+    const TZeltoJsonObject json = Parsed("{\"" + std::string(100000, 'k') + "\": 1}");
+    const auto saved = std::signal(SIGXFSZ, LiftFileSizeLimit);
+    bool isDumped = true;
+    {
+        const zelto_test::TLimit noRoom(RLIMIT_FSIZE, 0);
+        isDumped = json.DumpToFile(directory.File("out.json"), 0);
+    }
+    (void)std::signal(SIGXFSZ, saved);
+    EXPECT_FALSE(isDumped);
+    EXPECT_NE(directory.Read("out.json"), "") << "the disk has stayed full";
 }
 
 TEST(DumpToFile, IsReadBackByLoadFile) {

@@ -53,6 +53,14 @@ TEST(GetObjectRef, ChangesTheSourceWhenModified) {
     EXPECT_EQ(json.EncodeToString(), R"({"inner": {"a": 1, "b": true}})");
 }
 
+TEST(GetObjectRef, SharesNothingOnceItIsAssigned) {
+    const TZeltoJsonObject json = Parsed(R"({"inner": {"a": 1}})");
+    TZeltoJsonObject inner;
+    inner = json.GetObjectRef("inner");
+    EXPECT_TRUE(inner.Clear());
+    EXPECT_EQ(json.EncodeToString(), R"({"inner": {"a": 1}})");
+}
+
 TEST(GetObjectRef, SeesChangesOfTheSource) {
     TZeltoJsonObject json = Parsed(R"({"inner": {"a": 1}})");
     const TZeltoJsonObject inner = json.GetObjectRef("inner");
