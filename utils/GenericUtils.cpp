@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <memory>
-#include <sstream>
 
 #include <cxxabi.h>
 #include <sys/sysinfo.h>
@@ -128,12 +127,14 @@ std::string DemangleTypeName(const char* mangledName) {
     return status == 0 ? name.get() : mangledName;
 }
 
+// Finds the items of std::getline, which keeps it to itself when memory runs out.
 std::vector<std::string> Split(const std::string& text, char delimiter) {
     std::vector<std::string> items;
-    std::istringstream stream(text);
-    std::string item;
-    while (std::getline(stream, item, delimiter)) {
-        items.push_back(item);
+    std::size_t begin = 0;
+    while (begin < text.size()) {
+        const std::size_t end = std::min(text.find(delimiter, begin), text.size());
+        items.emplace_back(text, begin, end - begin);
+        begin = end + 1;
     }
     return items;
 }

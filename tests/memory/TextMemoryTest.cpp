@@ -1,8 +1,9 @@
-// Texts that are encoded while memory runs out.
+// Texts that are made, taken apart and encoded while memory runs out.
 
 #include "WithoutMemory.h"
 
 #include "zelto/TZeltoJsonObject.h"
+#include "zelto/ZeltoGenericUtils.h"
 
 using memory::TOutcome;
 using memory::TWithoutMemory;
@@ -38,6 +39,18 @@ TEST(JsonObject, HasNoDocumentWithoutMemory) {
     EXPECT_EQ("", json.EncodeToString());
     EXPECT_EQ("", copy.EncodeToString());
     EXPECT_EQ("{}", source.EncodeToString());
+}
+
+TEST(Split, GivesAllItemsOrThrowsWithoutMemory) {
+    const std::string text = Long('a') + ",," + Long('b') + "," + Long('c');
+    const auto splitAndJoin = [&text] {
+        TOutcome joined = "0 ";
+        for (const std::string& item : ZeltoGenericUtils::Split(text, ',')) {
+            joined += item + ";";
+        }
+        return joined;
+    };
+    TWithoutMemory(splitAndJoin, "0 " + Long('a') + ";;" + Long('b') + ";" + Long('c') + ";").Examine();
 }
 
 } // namespace
