@@ -89,10 +89,18 @@ bool IsControl(char c) {
     return byte < 0x20 || byte == 0x7f;
 }
 
-// Appends one character; a control character becomes an escape, so that text from outside can neither begin a
-// line of its own nor reach the terminal.
-size_t AppendEscaped(char* out, char c) {
-    if (!IsControl(c)) {
+// U+0080 to U+009F as UTF-8.
+bool IsHighControl(const char* text) {
+    return text[0] == '\xc2' && (static_cast<unsigned char>(text[1]) & 0xe0) == 0x80;
+}
+
+// Appends the character at `text` and steps over it; a control character becomes an escape, so that text from
+// outside can neither begin a line of its own nor command a terminal, which is taken to be one of UTF-8.
+size_t AppendEscaped(char* out, const char*& text) {
+    const bool isHighControl = IsHighControl(text);
+    text += isHighControl ? 1 : 0;
+    const char c = *text++;
+    if (!isHighControl && !IsControl(c)) {
         out[0] = c;
         return 1;
     }
@@ -111,8 +119,8 @@ size_t AppendEscaped(char* out, char c) {
 size_t EscapedLength(const char* text) {
     char scratch[LONGEST_ESCAPE];
     size_t length = 0;
-    for (; *text != '\0'; ++text) {
-        length += AppendEscaped(scratch, *text);
+    while (*text != '\0') {
+        length += AppendEscaped(scratch, text);
     }
     return length;
 }
@@ -144,8 +152,8 @@ void WriteLine(int level, const char* text) {
     std::memcpy(line, prefix, prefixLength);
     size_t length = prefixLength;
     // Only a line that there was no memory for ends before its text does.
-    for (; *text != '\0' && length + LONGEST_ESCAPE < buffer.Capacity(); ++text) {
-        length += AppendEscaped(line + length, *text);
+    while (*text != '\0' && length + LONGEST_ESCAPE < buffer.Capacity()) {
+        length += AppendEscaped(line + length, text);
     }
     line[length++] = '\n';
     WriteAll(line, length);

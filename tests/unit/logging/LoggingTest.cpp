@@ -89,8 +89,15 @@ TEST(Logging, KeepsControlCharactersOfTheTextInsideTheLine) {
                                                                           .errors));
 }
 
+TEST(Logging, EscapesTheControlsBeyondAscii) {
+    EXPECT_EQ("error: \"\\x80a\\x9b;\\x9f\"\n", WithoutProcess(Probe({"3", "\xc2\x80"
+                                                                           "a\xc2\x9b;\xc2\x9f"})
+                                                                   .errors));
+}
+
 TEST(Logging, LeavesUtf8AsItIs) {
-    EXPECT_EQ("error: \"h\xc3\xa9\"\n", WithoutProcess(Probe({"3", "h\xc3\xa9"}).errors));
+    const std::string text = "h\xc3\xa9 \xc3\x9b \xc2\xa0 \xe2\x82\xac \xc2"; // the last one is cut off
+    EXPECT_EQ("error: \"" + text + "\"\n", WithoutProcess(Probe({"3", text}).errors));
 }
 
 TEST(Logging, WritesLongTextsWhole) {
