@@ -6,7 +6,10 @@
 //   (GetError() gives its text). A success does not reset errno.
 // - Nothing is logged. Only memory exhaustion throws (std::bad_alloc). No descriptor outlives the call.
 // - Any thread may call; umask, current directory and errors of relative paths are those of the process.
-// - A file of 2 GiB or more cannot be asked for its status, opened or copied on a 32-bit machine (EOVERFLOW).
+// - On a 32-bit machine a file of 2 GiB or more cannot be asked for its status, opened or copied (EOVERFLOW).
+//   Nothing can be asked for its status whose inode number needs more than 32 bits, and the listing of a
+//   directory ends before such an entry.
+// - A listing that fails halfway counts as at its end.
 #ifndef ZELTO_FILE_UTILS_H
 #define ZELTO_FILE_UTILS_H
 
@@ -71,8 +74,9 @@ ZELTO_API std::string GetError();
 // Creating. `mode` holds permission bits; the umask applies where it is not said otherwise.
 
 ZELTO_API bool CreateDirectory(const std::string& path, unsigned mode);
-// Creates the missing parents too, all with `mode`. Succeeds when anything exists at `path`, also a file.
-// Directories that were made before a failure stay.
+// Creates the missing parents too, all with `mode`. Succeeds when anything exists at `path` already, also a
+// file, but what appears there only while the parents are made is a failure (EEXIST): something that another
+// process has made meanwhile, or the "." of "new/.". Directories that were made before a failure stay.
 ZELTO_API bool CreateDirectoryRecursive(const std::string& path, unsigned mode);
 // Creates a new directory named `prefix`, "_" and six random characters, with exactly `mode` whatever the
 // umask, and replaces `prefix` by its path.
@@ -134,8 +138,11 @@ ZELTO_API bool Move(const std::string& from, const std::string& to);
 ZELTO_API bool Remove(const std::string& path);
 // Removes an empty directory.
 ZELTO_API bool RemoveDirectory(const std::string& path);
-// Removes a directory with everything in it. Links inside are removed, not followed. The first failure ends
-// it and leaves the rest. True when nothing exists at `path`.
+// Removes a directory with everything in it. Links inside are removed, not followed, but a `path` that is
+// itself a link to a directory gets that directory emptied and then fails (ENOTDIR). The first failure ends
+// it and leaves the rest. True when nothing exists at `path` (ENOENT, ENOTDIR). Not for a tree that others
+// can change meanwhile: a directory inside that they replace by a link at the right moment is followed, and
+// what it leads to is removed with the caller's rights.
 ZELTO_API bool RemoveDirectoryRecursive(const std::string& path);
 
 // File contents. A new file gets mode 0755 less the umask.
@@ -167,7 +174,7 @@ ZELTO_API bool CopyDirectoryContent(const std::string& from, const std::string& 
 ZELTO_API bool CopyDirectory(const std::string& from, const std::string& to);
 // Sum of the lengths of the regular files below `path`, in bytes. Links are followed, so a file that two
 // names reach counts twice, and a link back into the tree counts until the system refuses (40 links in one
-// path).
+// path). Two links to "." in one directory would be some 2^40 visits: not for trees of others.
 ZELTO_API unsigned long long GetDirectorySizeRecursive(const std::string& path);
 // No entries but "." and "..". True as well when the directory cannot be opened.
 ZELTO_API bool IsDirEmpty(const std::string& path);

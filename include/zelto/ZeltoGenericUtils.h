@@ -1,7 +1,8 @@
 // Text, number and time helpers, and small system services.
 //
-// None of the functions logs or keeps state, and all may be called from any thread. They throw only
-// std::bad_alloc, when memory runs out.
+// None of the functions logs or keeps state, and all may be called from any thread, as long as no other
+// thread changes the environment or the locale meanwhile. They throw only std::bad_alloc, when memory runs
+// out.
 #ifndef ZELTO_GENERIC_UTILS_H
 #define ZELTO_GENERIC_UTILS_H
 
@@ -14,8 +15,9 @@
 
 namespace ZeltoGenericUtils {
 
-// The time, in seconds since the epoch, in the local time zone: "Sun, 15 Nov 2026 09:30:00 UTC". Empty when
-// the time does not exist in the calendar, or the text would need more than 49 bytes.
+// The time, in seconds since the epoch, in the local time zone: "Sun, 15 Nov 2026 09:30:00 UTC". TZ is read
+// at each call, and the names are those of the current C locale (LC_TIME). Empty when the time does not exist
+// in the calendar, or the text would need more than 49 bytes.
 ZELTO_API std::string TimeToLocalTimeString(const long& seconds);
 
 // Converts a decimal number as the C library's strtol family does: leading white space and a sign are
