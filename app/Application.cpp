@@ -12,7 +12,9 @@
 
 namespace {
 
-std::atomic<pid_t> registeredBy{0}; // the process; 0 for none
+// The process that has handed the application to the transport; 0 for none. A child that was forked off takes
+// nothing back: it has no threads that could call observers, but maybe locks that those held.
+std::atomic<pid_t> registeredBy{0};
 
 // An application that does not answer within this many seconds counts as not active.
 constexpr int32_t IS_APP_ACTIVE_TIMEOUT = 1;
@@ -26,11 +28,6 @@ TZeltoRecursiveMutex& InitializeLock() {
 
 } // namespace
 
-bool zelto::IsForkedOff() {
-    const pid_t process = registeredBy;
-    return process != 0 && process != getpid();
-}
-
 TZeltoApplication& TZeltoApplication::GetInstance() {
     static TZeltoApplication instance;
     return instance;
@@ -43,8 +40,9 @@ TZeltoApplication::TZeltoApplication()
       dataMapper(TZeltoDataMapper::GetInstance()) {}
 
 TZeltoApplication::~TZeltoApplication() {
-    // The transport outlives this object, and its dispatch threads may still run.
-    if (!zelto::IsForkedOff()) {
+    // The transport outlives this object, and its dispatch threads may still run. A process that is no
+    // application waits for none of them.
+    if (registeredBy == getpid()) {
         ipc->RemoveEventLstener(ipcObserver);
         ipc->RemoveMethodHandler(zelto::IS_APP_ACTIVE_METHOD);
     }

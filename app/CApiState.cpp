@@ -1,13 +1,15 @@
 #include "app/CApiState.h"
 
-#include "app/IpcObserver.h"
 #include "zelto/TZeltoDataMapper.h"
 #include "zelto/ZeltoAppLib.h"
 #include "zelto/ZeltoLocking.h"
 #include "zelto/ZeltoObservers.h"
 
+#include <atomic>
 #include <stdexcept>
 #include <string>
+
+#include <unistd.h>
 
 namespace {
 
@@ -29,9 +31,10 @@ public:
 
     // The order of virtual functions is binary interface.
 
-    // The dispatch threads still run at exit: they must not meet a listener that is gone.
+    // The dispatch threads still run at exit: they must not meet a listener that is gone. In a child that was
+    // forked off there are none, and maybe a lock that one of them held.
     ~TZeltoAppEventListener() override {
-        if (!zelto::IsForkedOff()) {
+        if (attachedBy == getpid()) {
             Detach();
         }
     }
@@ -53,6 +56,7 @@ public:
     }
 
     void Attach() {
+        attachedBy = getpid();
         application->AddCpeClientStateObserver(this);
         application->AddDataModelChangeObserver(this);
     }
@@ -73,6 +77,7 @@ private:
     tZeltoCpeClientStateCallback clientStateCallback ZELTO_GUARDED_BY(*mutex) = nullptr;
     tZeltoDataModelChangeCallback dataModelChangeCallback ZELTO_GUARDED_BY(*mutex) = nullptr;
     TZeltoRecursiveMutex* const mutex;
+    std::atomic<pid_t> attachedBy{0}; // the process; 0 for none
 };
 
 TZeltoAppEventListener eventListener(subscriptionMutex);

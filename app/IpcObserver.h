@@ -8,15 +8,6 @@
 
 class TZeltoApplication;
 
-namespace zelto {
-
-// The application was registered with the transport by another process, from which this one was forked off.
-// There are no threads here that could call observers, but maybe locks that those held: nobody waits for them
-// at exit.
-bool IsForkedOff();
-
-} // namespace zelto
-
 class TZeltoIpcObserver : public IZeltoIpcEventListener {
 public:
     explicit TZeltoIpcObserver(TZeltoApplication* notifiedApplication);

@@ -192,8 +192,10 @@ TEST_F(ForkedChild, OfAStartingPartyMayDestroyOthers) {
 }
 
 TEST_F(ForkedChild, OfACallbackMayExit) {
-    const TRunResult run = RunProgram({FORK_IN_CALLBACK_PATH});
-    EXPECT_EQ(0, run.exitCode) << run.errors;
+    for (const char* callback : {"event", "method", "listener"}) {
+        const TRunResult run = RunProgram({FORK_IN_CALLBACK_PATH, callback});
+        EXPECT_EQ(0, run.exitCode) << callback << ": " << run.errors;
+    }
 }
 
 TEST_F(ForkedChild, MayUseAPartyOfItsOwn) {
