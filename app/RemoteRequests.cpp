@@ -54,7 +54,7 @@ int TZeltoApplication::GetParamRemote(const std::string& address, const std::str
 int TZeltoApplication::GetFileRemote(const std::string& address, const std::string& fileName,
                                      std::vector<char>& fileData) {
     zelto::TPlainWriter body = NewBody(zelto::GET_FILE_REQUEST);
-    body.Text(zelto::KEY_FILE_NAME, fileName, "file name");
+    body.Name(zelto::KEY_FILE_NAME, fileName, "file name");
     std::string answer;
     if (!PerformRemoteRequest(body.Take(), address, answer, &fileData)) {
         return -1;

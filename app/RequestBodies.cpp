@@ -33,7 +33,7 @@ void WriteEntries(TPlainWriter& body, const TParam* params, std::size_t count, c
 } // namespace
 
 void WriteName(TPlainWriter& body, std::string_view name) {
-    body.Text(KEY_NAME, name, "parameter name");
+    body.Name(KEY_NAME, name, "parameter name");
 }
 
 void WriteAssignment(TPlainWriter& body, std::string_view name, std::string_view value, bool commit) {
@@ -60,7 +60,7 @@ void WriteParams(TPlainWriter& body, const std::vector<TZeltoApplication::TZelto
 }
 
 void WritePath(TPlainWriter& body, std::string_view key, std::string_view path) {
-    body.Text(key, path, "object path");
+    body.Name(key, path, "object path");
 }
 
 void ReadParams(const std::string& answer, std::vector<TZeltoApplication::TZeltoAppParam>& params) {

@@ -12,7 +12,8 @@
 
 namespace zelto {
 
-// Those that write throw std::runtime_error naming the parameter when a text is not UTF-8.
+// Those that write throw std::runtime_error when a text is not UTF-8. It names the parameter; a name that is
+// not UTF-8 itself is shown up to there.
 
 // "NAME".
 void WriteName(TPlainWriter& body, std::string_view name);

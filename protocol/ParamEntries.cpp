@@ -1,10 +1,12 @@
 #include "protocol/ParamEntries.h"
 
+#include "protocol/PlainText.h"
 #include "protocol/RequestNames.h"
 
 #include <cstring>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace zelto {
@@ -31,6 +33,21 @@ bool IsOutOfMemory(const json_error_t& error, const char* text) {
     }
     return (BeginsWith(error.text, "invalid token") || BeginsWith(error.text, "string or '}' expected")) &&
            error.position > 0 && text[error.position - 1] == '"';
+}
+
+// Up to the NUL with which every text of the protocol ends.
+bool IsUtf8(const std::string& text) {
+    const std::string_view carried = text.c_str();
+    return Utf8Beginning(carried).size() == carried.size();
+}
+
+// Of a text that is UTF-8: without that, jansson has no word for a want of memory.
+TJsonHandle MakeText(const std::string& text) {
+    TJsonHandle value(json_string(text.c_str()));
+    if (!value) {
+        throw std::bad_alloc();
+    }
+    return value;
 }
 
 // What a document must begin with. jansson would read other texts far, at 25 ms for each megabyte.
@@ -66,24 +83,16 @@ int IntegerOf(const json_t* object, const char* key) {
     return IntegerValue(json_object_get(object, key));
 }
 
-TJsonHandle MakeText(const std::string& text, const std::string& what) {
-    // The length ends at a NUL, as it does in every text of the protocol.
-    TJsonHandle value(json_string(text.c_str()));
-    if (!value) {
-        throw std::runtime_error(what + ": the text is not valid UTF-8");
-    }
-    return value;
-}
-
-TJsonHandle MakeNameEntry(const std::string& name) {
-    TJsonHandle entry(json_object());
-    SetNew(entry.get(), KEY_NAME, MakeText(name, "parameter name"));
-    return entry;
-}
-
 TJsonHandle MakeParamEntry(const std::string& name, const std::string& value) {
-    TJsonHandle entry = MakeNameEntry(name);
-    SetNew(entry.get(), KEY_VALUE, MakeText(value, name));
+    if (!IsUtf8(name)) {
+        throw std::runtime_error(NameNotUtf8("parameter name", name));
+    }
+    if (!IsUtf8(value)) {
+        throw std::runtime_error(NotUtf8(name.c_str()));
+    }
+    TJsonHandle entry(json_object());
+    SetNew(entry.get(), KEY_NAME, MakeText(name));
+    SetNew(entry.get(), KEY_VALUE, MakeText(value));
     return entry;
 }
 

@@ -20,12 +20,8 @@ std::string TextOf(const json_t* object, const char* key);
 bool FlagOf(const json_t* object, const char* key);
 int IntegerOf(const json_t* object, const char* key);
 
-// A new JSON string; throws std::runtime_error naming `what` when the text is not UTF-8.
-TJsonHandle MakeText(const std::string& text, const std::string& what);
-
-// {"NAME": name} and {"NAME": name, "VALUE": value}. Throw std::runtime_error naming the parameter when a
-// text is not UTF-8.
-TJsonHandle MakeNameEntry(const std::string& name);
+// {"NAME": name, "VALUE": value}. Throws std::runtime_error when a text is not UTF-8; it names the parameter,
+// and a name that is not UTF-8 itself up to there. Throws std::bad_alloc when memory runs out.
 TJsonHandle MakeParamEntry(const std::string& name, const std::string& value);
 
 // Number of elements of an array, 0 for any other kind, and one element, null past the end. Borrowed.

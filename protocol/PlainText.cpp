@@ -103,4 +103,21 @@ const char* EndOfPlainText(const char* begin, const char* end) {
     return end;
 }
 
+std::string_view Utf8Beginning(std::string_view text) {
+    const char* const end = text.data() + text.size();
+    const char* position = EndOfPlainText(text.data(), end);
+    while (position != end && ByteAt(position) < 0x80 && *position != '\0') {
+        position = EndOfPlainText(position + 1, end);
+    }
+    return text.substr(0, static_cast<std::size_t>(position - text.data()));
+}
+
+std::string NotUtf8(std::string_view what) {
+    return std::string(what).append(": the text is not valid UTF-8");
+}
+
+std::string NameNotUtf8(std::string_view what, std::string_view name) {
+    return NotUtf8(std::string(what).append(" beginning with '").append(Utf8Beginning(name)).append("'"));
+}
+
 } // namespace zelto

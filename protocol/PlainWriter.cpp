@@ -21,7 +21,13 @@ bool IsEscaped(char character) {
 
 void TPlainWriter::QuoteOrThrow(std::string_view text, std::string_view what) {
     if (!AppendQuoted(text)) {
-        throw std::runtime_error(std::string(what) + ": the text is not valid UTF-8");
+        throw std::runtime_error(NotUtf8(what));
+    }
+}
+
+void TPlainWriter::QuoteNameOrThrow(std::string_view name, std::string_view what) {
+    if (!AppendQuoted(name)) {
+        throw std::runtime_error(NameNotUtf8(what, name));
     }
 }
 

@@ -25,6 +25,11 @@ public:
         Key(key);
         QuoteOrThrow(text, what);
     }
+    // The same for a text that is a name: the error shows it as far as it is UTF-8.
+    void Name(std::string_view key, std::string_view name, std::string_view what) {
+        Key(key);
+        QuoteNameOrThrow(name, what);
+    }
     // Writes null and returns false when the text is not UTF-8.
     bool TextOrNull(std::string_view key, std::string_view text) {
         Key(key);
@@ -93,6 +98,7 @@ private:
         first = false;
     }
     void QuoteOrThrow(std::string_view text, std::string_view what);
+    void QuoteNameOrThrow(std::string_view name, std::string_view what);
     bool QuoteOrNull(std::string_view text);
     bool AppendQuoted(std::string_view text);
     bool AppendRest(const char* position, const char* end);

@@ -121,7 +121,8 @@ TEST_F(ObjectFailure, OfTheManagerGivesMinusOneWhateverItsCodeAndLogsNothing) {
 TEST_F(ObjectFailure, ByAPathThatIsNotUtf8GivesThreeAndSendsNothing) {
     ExpectEach(3, "Device.\xff.");
     EXPECT_EQ(manager.Requests(), "");
-    EXPECT_EQ(LogSpy::Count(3, "\"object path: the text is not valid UTF-8\""), 5U) << LogSpy::Dump();
+    EXPECT_EQ(LogSpy::Count(3, "\"object path beginning with 'Device.': the text is not valid UTF-8\""), 5U)
+        << LogSpy::Dump();
 }
 
 TEST_F(ObjectFailure, ByAValueThatIsNotUtf8NamesTheParameterAndSendsNothing) {

@@ -244,7 +244,9 @@ TEST_F(ParamFailure, OfAManagerThatDiesInTheMiddleGivesMinusOneAndTheNextOneIsAs
 TEST_F(ParamFailure, ByANameThatIsNotUtf8GivesThreeAndSendsNothing) {
     ExpectEach(3, "Device.\xff", "1");
     EXPECT_EQ(manager.Requests(), "");
-    EXPECT_EQ(LogSpy::Count(3, "\"parameter name: the text is not valid UTF-8\""), 7U) << LogSpy::Dump();
+    EXPECT_EQ(LogSpy::Count(3, "\"parameter name beginning with 'Device.': the text is not valid UTF-8\""),
+              7U)
+        << LogSpy::Dump();
 }
 
 TEST_F(ParamFailure, ByAValueThatIsNotUtf8GivesThreeNamesTheParameterAndSendsNothing) {

@@ -57,6 +57,16 @@ TEST(SetParamRemote, RaisesForAValueThatIsNotUtf8) {
     EXPECT_TRUE(LogSpy::Messages().empty()) << LogSpy::Dump();
 }
 
+TEST(GetFileRemote, RaisesForANameThatIsNotUtf8AndShowsItsBeginning) {
+    std::vector<char> data;
+    try {
+        (void)App().GetFileRemote("127.0.0.1", "/etc/\xff", data);
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "file name beginning with '/etc/': the text is not valid UTF-8");
+    }
+}
+
 TEST(GetParamRemote, SendsTheRequestTypeInTheBody) {
     TTcpPeer peer(Frame(OK));
     TParams params;

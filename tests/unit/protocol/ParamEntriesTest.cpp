@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdlib>
+#include <new>
 #include <stdexcept>
 
 using zelto::TJsonHandle;
@@ -85,35 +87,50 @@ TEST(IntegerOf, IsZeroForOtherKindsAndNoObject) {
     EXPECT_EQ(zelto::IntegerOf(nullptr, "number"), 0);
 }
 
-TEST(MakeText, MakesAString) {
-    EXPECT_EQ(Text(zelto::MakeText("caf\xC3\xA9", "name")), "\"caf\xC3\xA9\"");
-    EXPECT_EQ(Text(zelto::MakeText("", "name")), "\"\"");
-}
-
-TEST(MakeText, EndsAtANul) {
-    EXPECT_EQ(Text(zelto::MakeText(std::string("a\0b", 3), "name")), "\"a\"");
-}
-
-TEST(MakeText, NamesWhatIsNotUtf8) {
-    EXPECT_THAT(ErrorOf([] { zelto::MakeText("caf\xE9", "Device.X.Name"); }),
-                testing::HasSubstr("Device.X.Name"));
-}
-
-TEST(MakeNameEntry, HoldsTheName) {
-    EXPECT_EQ(Text(zelto::MakeNameEntry("Device.X.A")), R"({"NAME": "Device.X.A"})");
-}
-
-TEST(MakeNameEntry, RefusesANameThatIsNotUtf8) {
-    EXPECT_THROW(zelto::MakeNameEntry("\xFF"), std::runtime_error);
-}
-
 TEST(MakeParamEntry, HoldsTheNameAndThenTheValue) {
-    EXPECT_EQ(Text(zelto::MakeParamEntry("Device.X.A", "1")), R"({"NAME": "Device.X.A", "VALUE": "1"})");
+    EXPECT_EQ(Text(zelto::MakeParamEntry("Device.X.A", "caf\xC3\xA9")),
+              "{\"NAME\": \"Device.X.A\", \"VALUE\": \"caf\xC3\xA9\"}");
+    EXPECT_EQ(Text(zelto::MakeParamEntry("", "")), R"({"NAME": "", "VALUE": ""})");
 }
 
-TEST(MakeParamEntry, NamesTheParameterWhoseValueIsNotUtf8) {
-    EXPECT_THAT(ErrorOf([] { zelto::MakeParamEntry("Device.X.A", "\xFF"); }),
-                testing::HasSubstr("Device.X.A"));
+TEST(MakeParamEntry, EndsEachTextAtANul) {
+    EXPECT_EQ(Text(zelto::MakeParamEntry(std::string("a\0\xFF", 3), std::string("b\0\xFF", 3))),
+              R"({"NAME": "a", "VALUE": "b"})");
+}
+
+TEST(MakeParamEntry, NamesTheParameterForEveryFormOfAValueThatIsNotUtf8) {
+    for (const char* bad : {"\xff", "a\xc3", "\xed\xa0\x80", "\xc0\x80", "\xf5\x80\x80\x80", "\x80"}) {
+        EXPECT_EQ(ErrorOf([&] { zelto::MakeParamEntry("Device.A", bad); }),
+                  "Device.A: the text is not valid UTF-8");
+    }
+}
+
+TEST(MakeParamEntry, ShowsANameUpToWhereItIsNotUtf8) {
+    EXPECT_EQ(ErrorOf([] { zelto::MakeParamEntry("Device.\"\xC3\xA9\"\xff.A", "\xff"); }),
+              "parameter name beginning with 'Device.\"\xC3\xA9\"': the text is not valid UTF-8");
+}
+
+class NoMemoryForTexts : public testing::Test {
+protected:
+    NoMemoryForTexts() {
+        json_get_alloc_funcs(&allocate, &release);
+        json_set_alloc_funcs(Allocate, release);
+    }
+    ~NoMemoryForTexts() override { json_set_alloc_funcs(allocate, release); }
+
+private:
+    static constexpr std::size_t LONG = 5000;
+    static void* Allocate(std::size_t size) { return size > LONG ? nullptr : std::malloc(size); }
+
+    json_malloc_t allocate = nullptr;
+    json_free_t release = nullptr;
+};
+
+TEST_F(NoMemoryForTexts, IsNotTakenForATextThatIsNotUtf8) {
+    const std::string text(10000, 'a');
+    EXPECT_THROW(zelto::MakeParamEntry(text, "1"), std::bad_alloc);
+    EXPECT_THROW(zelto::MakeParamEntry("Device.A", text), std::bad_alloc);
+    EXPECT_THROW(zelto::MakeParamEntry("Device.A", text + "\xff"), std::runtime_error);
 }
 
 TEST(ElementCount, CountsAnArrayOnly) {
@@ -158,22 +175,11 @@ TEST(IntegerValue, IsZeroForOtherKindsAndNull) {
     EXPECT_EQ(zelto::IntegerValue(nullptr), 0);
 }
 
-TEST(MakeText, RefusesEveryFormThatIsNotUtf8) {
-    for (const char* bad : {"\xff", "a\xc3", "\xed\xa0\x80", "\xc0\x80", "\xf5\x80\x80\x80", "\x80"}) {
-        EXPECT_EQ(ErrorOf([&] { zelto::MakeText(bad, "Device.A"); }),
-                  "Device.A: the text is not valid UTF-8");
-    }
-}
-
-TEST(MakeNameEntry, SaysThatTheNameIsNotUtf8) {
-    EXPECT_EQ(ErrorOf([] { zelto::MakeNameEntry("\xff"); }), "parameter name: the text is not valid UTF-8");
-}
-
 TEST(AppendEntry, CreatesTheArrayForTheFirstEntry) {
     TJsonHandle array;
-    zelto::AppendEntry(array, zelto::MakeNameEntry("A"));
-    zelto::AppendEntry(array, zelto::MakeNameEntry("B"));
-    EXPECT_EQ(Text(array), R"([{"NAME": "A"}, {"NAME": "B"}])");
+    zelto::AppendEntry(array, Parsed("1"));
+    zelto::AppendEntry(array, Parsed("2"));
+    EXPECT_EQ(Text(array), "[1, 2]");
 }
 
 TEST(ParseDocument, IsNullForWhatIsNoJson) {

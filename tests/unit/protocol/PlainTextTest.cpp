@@ -59,4 +59,13 @@ TEST(EndOfPlainText, StopsAtWhatIsNotUtf8) {
     }
 }
 
+TEST(Utf8Beginning, PassesOverWhatNeedsAnEscapeAndEndsAtWhatIsNotUtf8OrANul) {
+    EXPECT_EQ(zelto::Utf8Beginning(""), "");
+    EXPECT_EQ(zelto::Utf8Beginning("\"\\\n\x01 long enough for a word \"\xC3\xA4"),
+              "\"\\\n\x01 long enough for a word \"\xC3\xA4");
+    EXPECT_EQ(zelto::Utf8Beginning("\"a\"\xFF\"b\""), "\"a\"");
+    EXPECT_EQ(zelto::Utf8Beginning("\xC3"), "");
+    EXPECT_EQ(zelto::Utf8Beginning(std::string_view("a\0b", 3)), "a");
+}
+
 } // namespace

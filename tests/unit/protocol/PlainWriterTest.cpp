@@ -80,6 +80,16 @@ TEST(PlainWriter, RaisesNamingATextThatIsNotUtf8) {
     }
 }
 
+TEST(PlainWriter, RaisesShowingANameUpToWhereItIsNotUtf8) {
+    TPlainWriter writer;
+    try {
+        writer.Name("K", "abc\xC3", "path");
+        FAIL();
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "path beginning with 'abc': the text is not valid UTF-8");
+    }
+}
+
 TEST(PlainWriter, WritesNullForATextThatIsNotUtf8WhereThatIsAllowed) {
     TPlainWriter writer;
     EXPECT_FALSE(writer.TextOrNull("A", "a\n\xC3"));
