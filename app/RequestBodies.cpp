@@ -1,5 +1,6 @@
 #include "app/RequestBodies.h"
 
+#include "ipc/TextLimit.h"
 #include "protocol/MessageBody.h"
 #include "protocol/RequestNames.h"
 #include "utils/FixedText.h"
@@ -10,8 +11,9 @@ namespace zelto {
 
 namespace {
 
-// Room for an entry with a name and a value of common length.
+// Room for an entry with a name and a value of common length. Nobody sends more of them than the limit takes.
 constexpr std::size_t TYPICAL_ENTRY_SIZE = 80;
+constexpr std::size_t MOST_TYPICAL_ENTRIES = MAX_TEXT_LENGTH / TYPICAL_ENTRY_SIZE;
 
 // One entry for each parameter, with the keys that `writeKeys(param)` writes.
 template <typename TParam, typename TWriteKeys>
@@ -20,7 +22,7 @@ void WriteEntries(TPlainWriter& body, const TParam* params, std::size_t count, c
         body.Null(KEY_PARAMS);
         return;
     }
-    body.Reserve(count * TYPICAL_ENTRY_SIZE);
+    body.Reserve(std::min(count, MOST_TYPICAL_ENTRIES) * TYPICAL_ENTRY_SIZE);
     body.BeginList(KEY_PARAMS);
     std::for_each(params, params + count, [&](const TParam& param) {
         body.BeginObject();

@@ -4,6 +4,7 @@
 #include "ScriptedPeer.h"
 #include "WithoutMemory.h"
 
+#include "ipc/TextLimit.h"
 #include "zelto/TZeltoApplication.h"
 #include "zelto/TZeltoJsonObject.h"
 #include "zelto/ZeltoAppLib.h"
@@ -123,6 +124,14 @@ TEST_F(ApplicationWithoutMemory, GetsAnArray) {
         const int code = App().GetParamArray(params);
         return Written(code, params);
     });
+}
+
+// Far more than any text can hold gets no more room than a text can have.
+TEST(LongList, TakesNoMoreMemoryThanTheLongestText) {
+    TParams params(500000);
+    memory::ResetLargest();
+    EXPECT_EQ(0, App().GetParamArray(params));
+    EXPECT_LT(memory::Largest(), zelto::MAX_TEXT_LENGTH + 1000);
 }
 
 TEST_F(ApplicationWithoutMemory, SortsAnArray) {
