@@ -105,13 +105,7 @@ int TZeltoApplication::SetParamArray(const std::vector<TZeltoAppParam>& params, 
 
 void TZeltoApplication::PopulateParamArray(const TZeltoJsonObject& response,
                                            std::vector<TZeltoAppParam>& params) {
-    const json_t* const entries = zelto::ValueOf(response, zelto::KEY_PARAMS);
-    params.resize(zelto::ElementCount(entries));
-    for (std::size_t index = 0; index < params.size(); ++index) {
-        const json_t* const entry = zelto::ElementAt(entries, index);
-        params[index].value = zelto::TextOf(entry, zelto::KEY_VALUE);
-        params[index].name = zelto::TextOf(entry, zelto::KEY_NAME);
-    }
+    zelto::ReadEntries(zelto::ValueOf(response, zelto::KEY_PARAMS), params);
 }
 
 void TZeltoApplication::ParamArrayToJson(const std::vector<TZeltoAppParam>& params, TZeltoJsonObject& json) {

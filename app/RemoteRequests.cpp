@@ -44,10 +44,11 @@ int TZeltoApplication::GetParamRemote(const std::string& address, const std::str
     if (!PerformRemoteRequest(body.Take(), address, answer, nullptr)) {
         return -1;
     }
-    if (!HasSucceeded(zelto::ParseDocument(answer.c_str()).get())) {
+    const zelto::TJsonHandle response = zelto::ParseDocument(answer.c_str());
+    if (!HasSucceeded(response.get())) {
         return -1;
     }
-    zelto::ReadParams(answer, params);
+    zelto::ReadEntries(json_object_get(response.get(), zelto::KEY_PARAMS), params);
     return 0;
 }
 

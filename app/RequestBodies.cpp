@@ -2,6 +2,7 @@
 
 #include "ipc/TextLimit.h"
 #include "protocol/MessageBody.h"
+#include "protocol/ParamEntries.h"
 #include "protocol/RequestNames.h"
 #include "utils/FixedText.h"
 
@@ -72,6 +73,15 @@ void ReadParams(const std::string& answer, std::vector<TZeltoApplication::TZelto
     for (std::size_t index = 0; index < params.size(); ++index) {
         params[index].value = entries[index].value;
         params[index].name = entries[index].name;
+    }
+}
+
+void ReadEntries(const json_t* entries, std::vector<TZeltoApplication::TZeltoAppParam>& params) {
+    params.resize(ElementCount(entries));
+    for (std::size_t index = 0; index < params.size(); ++index) {
+        const json_t* const entry = ElementAt(entries, index);
+        params[index].value = TextOf(entry, KEY_VALUE);
+        params[index].name = TextOf(entry, KEY_NAME);
     }
 }
 

@@ -2,6 +2,7 @@
 #ifndef ZELTO_APP_REQUEST_BODIES_H
 #define ZELTO_APP_REQUEST_BODIES_H
 
+#include "data/JsonHandle.h"
 #include "protocol/PlainWriter.h"
 #include "zelto/TZeltoApplication.h"
 #include "zelto/ZeltoAppRecords.h"
@@ -29,8 +30,10 @@ void WriteParams(TPlainWriter& body, const std::vector<TZeltoApplication::TZelto
 // The path of an object, under `key`.
 void WritePath(TPlainWriter& body, std::string_view key, std::string_view path);
 
-// Replaces the list by the parameter entries of an answer.
+// Replaces the list by the parameter entries of an answer, or by those of the list that stands in a document
+// under "PARAMS"; none when that is no list.
 void ReadParams(const std::string& answer, std::vector<TZeltoApplication::TZeltoAppParam>& params);
+void ReadEntries(const json_t* entries, std::vector<TZeltoApplication::TZeltoAppParam>& params);
 
 } // namespace zelto
 
