@@ -1,7 +1,5 @@
-// Between the records of the C interface and the containers of TZeltoApplication.
-//
-// Every Store... function makes the new array first and then releases the record's earlier one, so a record
-// is whole whatever happens.
+// Between the records of the C interface and the containers of TZeltoApplication. A function that runs out of
+// memory leaves the record as it was.
 #ifndef ZELTO_APP_C_API_CONVERT_H
 #define ZELTO_APP_C_API_CONVERT_H
 
@@ -48,7 +46,8 @@ std::unique_ptr<T[]> NewUnfilledArray(std::size_t count) {
 // The array's names and values. `array.params` is not null.
 TAppParams ParamsOf(const tZeltoParamArray& array);
 
-// A record's array becomes `params`; the earlier one is released. Texts are cut to 255 bytes.
+// These replace the record's array: the earlier one is released once the new one is made. Texts are cut to
+// 255 bytes.
 void StoreParams(tZeltoParamArray& array, const TAppParams& params);
 void StoreParams(tZeltoParamArray& array, const std::vector<TBodyEntry>& params);
 void StoreIds(tZeltoObjectIdsRequest& request, const std::vector<int>& ids);

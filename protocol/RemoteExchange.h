@@ -11,8 +11,9 @@
 
 namespace zelto {
 
-// Returns false when there is no connection, true once the request has been sent, whatever came back:
-// `response` and `*blob` are written only as far as a well-formed answer arrived. A null `blob` reads none.
+// Returns false when there is no connection, else true, whether or not all of the request was sent and
+// whatever came back. `response` becomes what came of the text once both lengths have come and are right, and
+// `*blob` gets their size and what came of the data; else they stay as they were. A null `blob` reads none.
 // Nothing but the connecting is limited in time. Failures are logged; the network never makes it throw.
 bool ExchangeWithPeer(const std::string& request, const std::string& address, std::string& response,
                       std::vector<char>* blob);

@@ -47,8 +47,9 @@ public:
     ~TZeltoApplication() override;
 
     // Connects the application to the bus under an identity and starts to receive events. Does nothing once
-    // it has succeeded. A failure is logged; then a later call tries again. Any thread, but not from an
-    // observer.
+    // it has succeeded. A failure is logged; then a later call tries again. A number without a text gives the
+    // empty identity, which is a success for good: the application has no name on the bus. Any thread; from
+    // an observer only once it has succeeded.
     void Initialize(const std::string& busName);
     void Initialize(tZeltoClientId clientId);
 
@@ -84,12 +85,14 @@ public:
     // match counting. Existing pairs in results[i] are kept.
     int GetParamArray(const std::vector<std::string>& names,
                       std::vector<std::vector<std::pair<std::string, std::string>>>& results);
-    // Writes the parameters in order and stops at the first that fails; those before it stay written.
+    // Writes the parameters in order and stops at the first that fails; those before it stay written. An
+    // empty list gives -1. The manager does not look at `commit` here: it acts as for false.
     int SetParamArray(const std::vector<TZeltoAppParam>& params, bool commit);
     // Replaces `params` by the entries under "PARAMS" of an answer.
     void PopulateParamArray(const TZeltoJsonObject& response, std::vector<TZeltoAppParam>& params);
     // Sets "PARAMS" of `json` to the entries of `params`, or to null when there are none. Throws
-    // std::runtime_error naming the parameter when a text is not UTF-8; `json` is then as it was.
+    // std::runtime_error when a text is not UTF-8, naming the parameter (up to there when it is the name);
+    // `json` is then as it was.
     void ParamArrayToJson(const std::vector<TZeltoAppParam>& params, TZeltoJsonObject& json);
 
     // Adds an instance to a table such as "Device.WiFi.AccessPoint."; `instanceId` receives its number.
@@ -100,7 +103,9 @@ public:
     int GetObjectIds(const std::string& object, std::vector<int>& ids);
     // Reads the parameters of `root` that `params` names (full paths); the list is replaced by the answer.
     int GetObject(const std::string& root, std::vector<TZeltoAppParam>& params);
-    // Writes parameters of `root` (full paths) in one request.
+    // Writes parameters of `root` (full paths): one call of the manager's handler gets them all, also when
+    // the list is empty, and succeeds or fails as a whole. The handler gets the first 255 bytes of each
+    // value, which is no failure, and does not get `commit`.
     int SetObject(const std::string& root, const std::vector<TZeltoAppParam>& params, bool commit);
 
     // The pairs (number seen by applications, number used by the platform) of every table that has its own
@@ -115,11 +120,15 @@ public:
                        bool commit);
     int GetParamRemote(const std::string& address, const std::string& name,
                        std::vector<TZeltoAppParam>& params);
-    // `fileData` is replaced by the file, at most 1048575 bytes; an empty file leaves it as it was. A peer
-    // that sends data with a failure replaces it as well.
+    // `fileData` is replaced by the file, at most 1048575 bytes; an empty file leaves it as it was, as does
+    // one that the peer announces as larger. A peer that sends data with a failure replaces it as well. 0
+    // does not mean that the file is whole: when the peer closes early, the end is what `fileData` held
+    // there, or zeros where it grew.
     int GetFileRemote(const std::string& address, const std::string& fileName, std::vector<char>& fileData);
     // One exchange: sends a JSON text, receives one and, into `blob` unless null, the data behind it. Returns
-    // whether the request was sent; `response` is untouched when no well-formed answer came.
+    // whether there was a connection, not whether all of the request was sent. `response` is untouched when
+    // the lengths in front of the answer did not come or are wrong; else it is the text as far as it came,
+    // maybe "".
     bool PerformRemoteRequest(const std::string& request, const std::string& address, std::string& response,
                               std::vector<char>* blob);
 

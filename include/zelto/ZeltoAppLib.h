@@ -12,13 +12,14 @@
  *     }
  *     zeltoAppLibReleaseParamRequest(&request);
  *
- * Every call that returns int blocks its thread until the manager has answered, at most for the time-out of
- * the party (60 seconds, unless configured). Such calls may be made on any thread, on several at once, and
- * from callbacks; they take no lock of their own. They return one of the codes below. On every code but
- * ZELTO_APP_OK the record and the arrays on it keep what they held.
+ * Every call that returns int blocks its thread until the manager has answered: a local call at most for the
+ * time-out of the party (60 seconds, unless configured), one to a peer without a limit. Such calls may be
+ * made on any thread, on several at once, and from callbacks; they take no lock of their own. They return one
+ * of the codes below. On every code but ZELTO_APP_OK the record and the arrays on it keep what they held.
  *
- * Names and values are UTF-8. Other bytes cannot be carried: the call logs the name and returns
- * ZELTO_APP_NOT_SENT.
+ * Names and values are UTF-8. Other bytes cannot be carried: the call logs the name, up to the first such
+ * byte when it is in the name itself, and returns ZELTO_APP_NOT_SENT. A text that is cut to fit into a record
+ * may be cut inside a character.
  *
  * When memory runs out, std::bad_alloc leaves the call; that ends a C program.
  */
@@ -47,13 +48,15 @@ enum {
 typedef void (*tZeltoCpeClientStateCallback)(int state, const char* macAddress, const char* hostName);
 
 /*
- * A parameter changed. `name` is in the platform's numbering; `value` is cut to 255 bytes. Both may be empty
- * and are never null.
+ * A parameter changed. `name` is in the platform's numbering; `value` is cut to 255 bytes, at a whole
+ * character. Both may be empty and are never null.
  *
  * Both kinds of callback run on a dispatch thread of the library with the lock of the subscription held, so
- * one at a time. They may make every call of this header. A slow callback delays other events, and blocks
- * zeltoAppLibSubscribe, zeltoAppLibUnsubscribe and zeltoAppLibTerm on other threads; so a callback must not
- * wait for a thread that is in one of these. The texts are valid only until the callback returns.
+ * one at a time. They may make every call of this header, zeltoAppLibInit... only once one of these has
+ * succeeded. A slow callback delays other events, and blocks zeltoAppLibSubscribe, zeltoAppLibUnsubscribe and
+ * zeltoAppLibTerm on other threads; so a callback must not wait for a thread that is in one of these. exit()
+ * on another thread waits for a callback, and so for the call that it is in. The texts are valid only until
+ * the callback returns.
  */
 typedef void (*tZeltoDataModelChangeCallback)(const char* name, const char* value);
 
@@ -120,8 +123,14 @@ ZELTO_API int zeltoAppLibGetParamArray(tZeltoParamArray* array);
  */
 ZELTO_API int zeltoAppLibSetParamArray(tZeltoParamArray* array, bool commit);
 
-/* As zeltoAppLibGetParamArray and zeltoAppLibSetParamArray, for parameters of the object `request->name`. */
+/* As zeltoAppLibGetParamArray, for parameters of the object `request->name`. */
 ZELTO_API int zeltoAppLibGetObject(tZeltoObjectRequest* request);
+
+/*
+ * Writes parameters of the object `request->name`: one call of the manager's handler gets them all, also when
+ * the array is empty, and succeeds or fails as a whole. The handler gets the first 255 bytes of each value,
+ * which is no failure, and does not get `commit`.
+ */
 ZELTO_API int zeltoAppLibSetObject(tZeltoObjectRequest* request, bool commit);
 
 /* Adds an instance to the table `objectName` ("Device.NAT.PortMapping."); `*instance` receives its number. */
@@ -169,8 +178,9 @@ ZELTO_API int zeltoAppLibGetParamRemote(tZeltoParamRemoteRequest* request);
 
 /*
  * Fetches the file `request.name` of the peer, at most 1048575 bytes. An earlier buffer in the record is
- * released; `value` receives a new one of `size` bytes, exactly the file: there is NO terminating NUL. An
- * empty file gives size 0 and a buffer that is not null.
+ * released; `value` receives a new one of `size` bytes: there is NO terminating NUL. An empty file gives size
+ * 0 and a buffer that is not null, as does one that the peer announces as larger. ZELTO_APP_OK does not mean
+ * that the file is whole: when the peer closes early, zeros stand for what did not come.
  */
 ZELTO_API int zeltoAppLibGetFileRemote(tZeltoLongParamRemoteRequest* request);
 

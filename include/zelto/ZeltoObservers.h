@@ -1,7 +1,9 @@
 // What an application implements to hear of events. Observers run on a dispatch thread with the lock of the
 // observer sets held: once Remove... has returned, the observer is not called again. An observer must not
 // wait for a thread that adds or removes observers. An exception that leaves an observer is logged by the
-// transport.
+// transport, and keeps the event from the observers and listeners after this one. exit() on another thread
+// waits for an observer, and so for the request that it is in: up to the time-out, one to a peer without a
+// limit.
 #ifndef ZELTO_OBSERVERS_H
 #define ZELTO_OBSERVERS_H
 
