@@ -1,5 +1,7 @@
-// Initialize without a bus, with identities that no bus takes, and a bus that goes away. The application is
-// one for the whole process, so its life is told in one test.
+// Initialize without a bus, with identities that no bus takes, without a thread, and a bus that goes away.
+// The application is one for the whole process, so its life is told in one test.
+#include "NoThreads.h"
+
 #include "support/BusEnvironment.h"
 #include "support/LogSpy.h"
 #include "support/RawPeer.h"
@@ -34,6 +36,14 @@ void ExpectFailure(const std::string& identity, const std::string& reasonPart) {
     ExpectLoggedByBoth(reasonPart);
 }
 
+bool IsServing(const std::string& identity) {
+    support::TRawPeer peer(support::TBusEnvironment::Bus().Address());
+    const auto answer = peer.Call({"com.Ulmet.Zelto." + identity, "/com/Ulmet/Zelto/" + identity,
+                                   "com.Ulmet.Zelto.Zelto", "IS_APP_ACTIVE"},
+                                  {std::string()});
+    return answer && answer->IsReturn() && answer->Int(1) == 0;
+}
+
 bool IsOnTheBus(const std::string& identity) {
     support::TRawPeer peer(support::TBusEnvironment::Bus().Address());
     return peer.HasOwner("com.Ulmet.Zelto." + identity);
@@ -62,10 +72,17 @@ TEST(Initialize, CanBeRepeatedUntilItSucceedsAndThenDoesNothing) {
     }
     EXPECT_FALSE(IsOnTheBus("APP"));
 
+    LogSpy::Clear();
+    {
+        const TNoThreads none;
+        App().Initialize("APP"); // has its name, but cannot serve
+    }
+    EXPECT_EQ(LogSpy::Count(3, "\"Resource temporarily unavailable\""), 1U) << LogSpy::Dump();
+
     std::thread other([] { App().Initialize("APP"); });
     App().Initialize("APP");
     other.join();
-    EXPECT_TRUE(IsOnTheBus("APP"));
+    EXPECT_TRUE(IsServing("APP"));
 
     LogSpy::Clear();
     App().Initialize("OTHER");

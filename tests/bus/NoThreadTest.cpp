@@ -1,6 +1,7 @@
 // The process can have no more threads.
 
 #include "BusParty.h"
+#include "NoThreads.h"
 
 #include "support/BusEnvironment.h"
 #include "support/Eventually.h"
@@ -8,10 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <stdexcept>
-
-#include <pthread.h>
 
 using namespace busparty;
 using namespace support;
@@ -19,29 +17,6 @@ using namespace support;
 namespace {
 
 const bool BUS_READY = TBusEnvironment::Register();
-
-// There is no room for the stack of another thread.
-class TNoThreads {
-public:
-    TNoThreads() {
-        (void)pthread_getattr_default_np(&former);
-        pthread_attr_t impossible;
-        (void)pthread_attr_init(&impossible);
-        (void)pthread_attr_setstacksize(&impossible,
-                                        std::numeric_limits<std::size_t>::max() / 4 * 3 & ~0xFFFFUL);
-        (void)pthread_setattr_default_np(&impossible);
-        (void)pthread_attr_destroy(&impossible);
-    }
-    ~TNoThreads() {
-        (void)pthread_setattr_default_np(&former);
-        (void)pthread_attr_destroy(&former);
-    }
-    TNoThreads(const TNoThreads&) = delete;
-    TNoThreads& operator=(const TNoThreads&) = delete;
-
-private:
-    pthread_attr_t former;
-};
 
 class NoThread : public testing::Test {
 protected:

@@ -175,23 +175,25 @@ TEST_F(Callbacks, LeaveNoLockBehindWhenTheyThrow) {
 std::promise<void>* entered = nullptr;
 std::atomic<bool> left{false};
 
-TEST_F(Callbacks, HaveReturnedWhenUnsubscribeReturns) {
-    std::promise<void> enteredPromise;
-    entered = &enteredPromise;
-    left = false;
-    zeltoAppLibSubscribe(nullptr, [](const char*, const char*) {
-        entered->set_value();
-        // Long enough for a call that does not wait to overtake it.
-        for (int turn = 0; turn < 1000; ++turn) {
-            std::this_thread::yield();
-        }
-        left = true;
-    });
-    std::thread deliverer([] { NotifyChange(); });
-    enteredPromise.get_future().wait();
-    zeltoAppLibUnsubscribe();
-    EXPECT_TRUE(left);
-    deliverer.join();
+TEST_F(Callbacks, HaveReturnedWhenUnsubscribeOrTermReturns) {
+    for (void (*const end)() : {zeltoAppLibUnsubscribe, zeltoAppLibTerm}) {
+        std::promise<void> enteredPromise;
+        entered = &enteredPromise;
+        left = false;
+        zeltoAppLibSubscribe(nullptr, [](const char*, const char*) {
+            entered->set_value();
+            // Long enough for a call that does not wait to overtake it.
+            for (int turn = 0; turn < 1000; ++turn) {
+                std::this_thread::yield();
+            }
+            left = true;
+        });
+        std::thread deliverer([] { NotifyChange(); });
+        enteredPromise.get_future().wait();
+        end();
+        EXPECT_TRUE(left);
+        deliverer.join();
+    }
 }
 
 std::atomic<int> inside{0};

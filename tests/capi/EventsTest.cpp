@@ -2,6 +2,8 @@
 #include "capi/CannedManager.h"
 #include "capi/EventRecorder.h"
 
+#include "support/ChildProcess.h"
+
 #include <gtest/gtest.h>
 
 #include <condition_variable>
@@ -76,6 +78,13 @@ TEST_F(Events, OfUnknownNamesReachNoCallback) {
     manager.SendEvent("CLIENT_UNKNOWN", "{}");
     manager.SendEvent("APP_CONNECTED", "ZELTO_KESTA");
     EXPECT_TRUE(Delivered().empty());
+}
+
+TEST(EventsUnderWay, MeetNothingThatIsGoneWhenMainReturns) {
+    for (const char* const busy : {"observer", "listener"}) {
+        const support::TRunResult run = support::RunProgram({EXIT_DURING_EVENTS_PATH, busy});
+        EXPECT_EQ(run.exitCode, 0) << busy << ": " << run.errors;
+    }
 }
 
 } // namespace

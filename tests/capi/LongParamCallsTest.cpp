@@ -102,6 +102,18 @@ TEST_F(LongParam, SetSendsUpToTheNulWhateverTheSize) {
     }
 }
 
+TEST_F(LongParam, ReadsAnUnterminatedNameTo256Bytes) {
+    SetValue("text");
+    std::memset(request.name, 'n', sizeof(request.name));
+    const std::string name = "{\"NAME\": \"" + std::string(256, 'n') + "\"";
+    EXPECT_EQ(zeltoAppLibSetLongParam(&request, true), ZELTO_APP_OK);
+    zeltoAppLibReleaseLongParamRequest(&request);
+    EXPECT_EQ(zeltoAppLibGetLongParam(&request), ZELTO_APP_OK);
+    EXPECT_THAT(manager.Requests(),
+                ElementsAre(Request("SET_LONG_PARAM", name + R"(, "VALUE": "text", "COMMIT": true})"),
+                            Request("GET_LONG_PARAM", name + "}")));
+}
+
 TEST_F(LongParam, SetSendsAMebibyte) {
     const std::string value(1048576, 'v');
     SetValue(value);

@@ -1,5 +1,7 @@
 #include "capi/CannedManager.h"
 
+#include "support/LogSpy.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -63,6 +65,57 @@ TEST_F(ObjectCalls, SetSendsNamesValuesRootAndCommit) {
     EXPECT_THAT(manager.Requests(),
                 ElementsAre(Request("SET_OBJECT", R"({"PARAMS": [{"NAME": "Device.P.1", "VALUE": "v1"}], )"
                                                   R"("ROOT": "Device.P.", "COMMIT": true})")));
+}
+
+TEST_F(ObjectCalls, GetCutsTextsTo255Characters) {
+    Allocate();
+    const std::string text(300, 't');
+    manager.AnswerWith("{\"PARAMS\": [{\"NAME\": \"" + text + "\", \"VALUE\": \"" + text + "\"}]}");
+    ASSERT_EQ(zeltoAppLibGetObject(&request), ZELTO_APP_OK);
+    EXPECT_EQ(std::string(request.paramArray.params[0].name), text.substr(0, 255));
+    EXPECT_EQ(std::string(request.paramArray.params[0].value), text.substr(0, 255));
+}
+
+TEST_F(ObjectCalls, ReadUnterminatedFieldsTo256Bytes) {
+    Allocate();
+    std::memset(request.name, 'n', sizeof(request.name));
+    std::memset(request.paramArray.params, 'x', sizeof(tZeltoParam));
+    const std::string field = "\"" + std::string(256, 'x') + "\"";
+    const std::string root = "}], \"ROOT\": \"" + std::string(256, 'n') + "\"";
+    EXPECT_EQ(zeltoAppLibSetObject(&request, true), ZELTO_APP_OK);
+    EXPECT_EQ(zeltoAppLibGetObject(&request), ZELTO_APP_OK);
+    EXPECT_THAT(manager.Requests(),
+                ElementsAre(Request("SET_OBJECT", "{\"PARAMS\": [{\"NAME\": " + field +
+                                                      ", \"VALUE\": " + field + root + ", \"COMMIT\": true}"),
+                            Request("GET_OBJECT", "{\"PARAMS\": [{\"NAME\": " + field + root + "}")));
+}
+
+TEST_F(ObjectCalls, SendNullForAnArrayOfNone) {
+    zeltoAppLibAllocateObjectRequest(&request, 0);
+    EXPECT_EQ(zeltoAppLibSetObject(&request, false), ZELTO_APP_OK);
+    EXPECT_EQ(zeltoAppLibGetObject(&request), ZELTO_APP_OK);
+    EXPECT_THAT(
+        manager.Requests(),
+        ElementsAre(Request("SET_OBJECT", R"({"PARAMS": null, "ROOT": "Device.P.", "COMMIT": false})"),
+                    Request("GET_OBJECT", R"({"PARAMS": null, "ROOT": "Device.P."})")));
+}
+
+TEST_F(ObjectCalls, RefuseTextsThatAreNotUtf8AndKeepTheRecord) {
+    Allocate();
+    const tZeltoParam* const earlier = request.paramArray.params;
+    Fill(request.paramArray.params[0].value, "\xff");
+    EXPECT_EQ(zeltoAppLibSetObject(&request, true), ZELTO_APP_NOT_SENT);
+    EXPECT_EQ(LogSpy::CountPart(3, "Device.P.1"), 1U);
+    Fill(request.paramArray.params[0].name, "Device.\xff");
+    EXPECT_EQ(zeltoAppLibGetObject(&request), ZELTO_APP_NOT_SENT);
+    Fill(request.paramArray.params[0].name, "Device.P.1");
+    Fill(request.name, "Device.\xff");
+    EXPECT_EQ(zeltoAppLibGetObject(&request), ZELTO_APP_NOT_SENT);
+    EXPECT_EQ(LogSpy::CountPart(3, "'Device.'"), 2U);
+    EXPECT_THAT(manager.Requests(), IsEmpty());
+    EXPECT_EQ(request.paramArray.params, earlier);
+    EXPECT_EQ(request.paramArray.count, 1U);
+    EXPECT_STREQ(request.paramArray.params[0].value, "\xff");
 }
 
 TEST_F(ObjectCalls, RefuseNullRecordsAndNullArrays) {
@@ -139,6 +192,29 @@ TEST_F(InstanceCalls, GetIdsLeavesTheRecordOnFailure) {
     EXPECT_EQ(zeltoAppLibGetObjectIds(&ids), ZELTO_APP_FAILED);
     EXPECT_EQ(ids.ids, earlier);
     EXPECT_EQ(ids.count, 7U);
+}
+
+TEST_F(InstanceCalls, GetIdsReadsAnUnterminatedNameTo256Bytes) {
+    std::memset(ids.name, 'n', sizeof(ids.name));
+    zeltoAppLibAllocateObjectIdsRequest(&ids, 7);
+    EXPECT_EQ(zeltoAppLibGetObjectIds(&ids), ZELTO_APP_OK);
+    EXPECT_THAT(manager.Requests(),
+                ElementsAre(Request("GET_OBJECT_INSTANCES", "{\"OBJ\": \"" + std::string(256, 'n') + "\"}")));
+}
+
+TEST_F(InstanceCalls, RefuseNamesThatAreNotUtf8AndKeepWhatTheyWereGiven) {
+    Fill(ids.name, "Device.\xff");
+    zeltoAppLibAllocateObjectIdsRequest(&ids, 7);
+    const std::int32_t* const earlier = ids.ids;
+    int instance = -7;
+    EXPECT_EQ(zeltoAppLibGetObjectIds(&ids), ZELTO_APP_NOT_SENT);
+    EXPECT_EQ(zeltoAppLibAddObjectInstance("Device.\xff", &instance), ZELTO_APP_NOT_SENT);
+    EXPECT_EQ(zeltoAppLibDelObjectInstance("Device.\xff"), ZELTO_APP_NOT_SENT);
+    EXPECT_EQ(LogSpy::CountPart(3, "'Device.'"), 3U);
+    EXPECT_THAT(manager.Requests(), IsEmpty());
+    EXPECT_EQ(ids.ids, earlier);
+    EXPECT_EQ(ids.count, 7U);
+    EXPECT_EQ(instance, -7);
 }
 
 TEST_F(InstanceCalls, RefuseNull) {

@@ -240,6 +240,35 @@ TEST_F(ParamArrayCalls, SetSendsNamesAndValues) {
                                     R"({"NAME": "Device.P.2", "VALUE": "v2"}], "COMMIT": true})")));
 }
 
+TEST_F(ParamArrayCalls, ReadUnterminatedFieldsTo256Bytes) {
+    Allocate(1);
+    std::memset(array.params, 'x', sizeof(tZeltoParam));
+    const std::string name = R"({"PARAMS": [{"NAME": ")" + std::string(256, 'x') + "\"";
+    EXPECT_EQ(zeltoAppLibSetParamArray(&array, false), ZELTO_APP_OK);
+    EXPECT_EQ(zeltoAppLibGetParamArray(&array), ZELTO_APP_OK);
+    EXPECT_THAT(manager.Requests(),
+                ElementsAre(Request("SET_PARAM_ARRAY", name + ", \"VALUE\": \"" + std::string(256, 'x') +
+                                                           R"("}], "COMMIT": false})"),
+                            Request("GET_PARAM_ARRAY", name + "}]}")));
+}
+
+TEST_F(ParamArrayCalls, RefuseTextsThatAreNotUtf8AndKeepTheArray) {
+    Allocate(2);
+    const tZeltoParam* const earlier = array.params;
+    Fill(array.params[1].value, "\xff");
+    EXPECT_EQ(zeltoAppLibSetParamArray(&array, true), ZELTO_APP_NOT_SENT);
+    EXPECT_TRUE(LogSpy::ContainsPart(3, "Device.P.2"));
+    Fill(array.params[1].name, "Device.\xff");
+    EXPECT_EQ(zeltoAppLibSetParamArray(&array, true), ZELTO_APP_NOT_SENT);
+    EXPECT_EQ(zeltoAppLibGetParamArray(&array), ZELTO_APP_NOT_SENT);
+    EXPECT_EQ(LogSpy::CountPart(3, "'Device.'"), 2U);
+    EXPECT_THAT(manager.Requests(), IsEmpty());
+    EXPECT_EQ(array.params, earlier);
+    EXPECT_EQ(array.count, 2U);
+    EXPECT_STREQ(array.params[0].value, "v1");
+    EXPECT_STREQ(array.params[1].value, "\xff");
+}
+
 TEST_F(ParamArrayCalls, SendNullForAnArrayOfNone) {
     Allocate(0);
     EXPECT_EQ(zeltoAppLibSetParamArray(&array, false), ZELTO_APP_OK);

@@ -5,11 +5,13 @@
 
 #include "support/LogSpy.h"
 #include "support/ProcessStats.h"
+#include "zelto/TZeltoApplication.h"
 
 #include <functional>
 #include <memory>
 #include <string>
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace busparty;
@@ -109,6 +111,47 @@ TEST_F(StartWithoutMemory, WatchesAfterTheNextRun) {
         EXPECT_TRUE(events.WaitFor({"APP_CONNECTED", "ARRIVAL"}));
         party.Stop();
     });
+}
+
+// Initialize succeeds once in a process, so each attempt has one of its own. It says by its exit code what
+// came of the attempt and of the one after it.
+enum TAttempt { WAS_REPEATED = 0, CANNOT_BE_REPEATED = 1, HAS_NOT_FAILED = 2 };
+
+TAttempt InitializeWithout(std::size_t n) {
+    TZeltoApplication& app = TZeltoApplication::GetInstance();
+    memory::FailHereAt(n, memory::ONCE);
+    const std::string outcome = memory::Try([&app] {
+        app.Initialize("APPLICATION_WITHOUT_MEMORY");
+        return "0 ";
+    });
+    if (!memory::Stop()) {
+        return HAS_NOT_FAILED;
+    }
+    if (!memory::HasSucceeded(outcome)) {
+        app.Initialize("APPLICATION_WITHOUT_MEMORY");
+    }
+    return Answers("APPLICATION_WITHOUT_MEMORY") ? WAS_REPEATED : CANNOT_BE_REPEATED;
+}
+
+int InChild(const std::function<int()>& body) {
+    const pid_t child = fork();
+    if (child == 0) {
+        (void)alarm(20);
+        _exit(body());
+    }
+    int status = -1;
+    EXPECT_EQ(child, waitpid(child, &status, 0));
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(StartWithoutMemory, OfAnApplicationCanBeRepeated) {
+    constexpr std::size_t MOST_ALLOCATIONS = 500;
+    int attempt = WAS_REPEATED;
+    for (; attempt == WAS_REPEATED && n < MOST_ALLOCATIONS; ++n) {
+        attempt = InChild([this] { return InitializeWithout(n); });
+    }
+    EXPECT_EQ(HAS_NOT_FAILED, attempt) << "without allocation " << n - 1;
+    EXPECT_GT(n, 20U) << "hardly anything was allocated";
 }
 
 } // namespace
