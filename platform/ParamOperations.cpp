@@ -63,7 +63,9 @@ int zeltoPlatLibSetParam(const std::string& name, const std::string& value, bool
     if (value.size() < sizeof(request.value)) {
         zelto::CopyTerminated(request.value, value);
     }
-    request.longValue = const_cast<char*>(value.c_str());
+    // Handlers take a text apart in place, while the next instance and the change event need it whole.
+    std::string handedValue = value;
+    request.longValue = handedValue.data();
     request.commit = commit;
     const int32_t code = target.handler.call(&request);
     if (code != PLT_SUCCESS) {

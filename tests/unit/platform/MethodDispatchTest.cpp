@@ -14,10 +14,10 @@
 namespace {
 
 using scripted::Answer;
-using scripted::AnswerNumbers;
 using scripted::Calls;
 using scripted::DONE;
 using scripted::FAILED;
+using scripted::ReportInstances;
 using scripted::Request;
 using scripted::Script;
 using scripted::TAnswer;
@@ -27,15 +27,6 @@ using testing::IsEmpty;
 constexpr int ERROR = 3;
 constexpr int NOTICE = 5;
 constexpr int DEBUG = 7;
-
-void ReportInstances(const std::vector<int32_t>& ids) {
-    Script(PLT_REQUEST_GET_OBJECT_IDS, [ids](tZeltoPlatformRequest& request) {
-        std::vector<int32_t> numbers{static_cast<int32_t>(ids.size())};
-        numbers.insert(numbers.end(), ids.begin(), ids.end());
-        AnswerNumbers(request, numbers);
-        return PLT_SUCCESS;
-    });
-}
 
 // Answers every get with the name that the handler saw, except for those that end as given.
 void EchoExcept(const std::string& failing = "(none)") {

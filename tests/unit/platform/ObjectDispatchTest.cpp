@@ -18,6 +18,7 @@ using scripted::AnswerNumbers;
 using scripted::Calls;
 using scripted::DONE;
 using scripted::FAILED;
+using scripted::ReportInstances;
 using scripted::Request;
 using scripted::Script;
 using scripted::ScriptObject;
@@ -29,15 +30,6 @@ using testing::StartsWith;
 
 constexpr int ERROR = 3;
 constexpr int DEBUG = 7;
-
-void ReportInstances(const std::vector<int32_t>& ids) {
-    Script(PLT_REQUEST_GET_OBJECT_IDS, [ids](tZeltoPlatformRequest& request) {
-        std::vector<int32_t> numbers{static_cast<int32_t>(ids.size())};
-        numbers.insert(numbers.end(), ids.begin(), ids.end());
-        AnswerNumbers(request, numbers);
-        return PLT_SUCCESS;
-    });
-}
 
 std::vector<std::string> ElementNames(const scripted::TCall& call) {
     std::vector<std::string> names;

@@ -305,6 +305,22 @@ TEST_F(SetParam, LeavesTheShortFieldEmptyForAValueThatDoesNotFit) {
     }
 }
 
+// As strtok does.
+TEST_F(SetParam, LetsAHandlerTakeTheValueApart) {
+    Script(PLT_REQUEST_SET_PARAM, [](tZeltoPlatformRequest& request) {
+        std::memset(request.longValue, '\0', std::strlen(request.longValue));
+        return PLT_FAILURE;
+    });
+    for (const std::size_t length : {6U, 300U}) {
+        const std::string text(length, 'v');
+        const std::string same(length, 'v');
+        EXPECT_EQ(zeltoPlatLibSetParam("Test.Plain", text, false, false), -1);
+        EXPECT_EQ(text, same);
+        EXPECT_TRUE(LogSpy::Contains(ERROR, "\"Request SetParam(Test.Plain, " + same +
+                                                ") failed with error - 'PLT_FAILURE'\""));
+    }
+}
+
 TEST_F(SetParam, TranslatesTheNameUnlessMarkedOrFromAWildcard) {
     EXPECT_EQ(zeltoPlatLibSetParam("Device.Ethernet.Interface.1.Enable", "1", false, false), 0);
     EXPECT_EQ(zeltoPlatLibSetParam("@Device.Ethernet.Interface.1.Enable", "1", false, false), 0);

@@ -166,6 +166,17 @@ TEST_F(PlatformEvents, CarriesThePlatformsNumberAfterASet) {
                           R"("DATA_MODEL_VALUE": "true"})");
 }
 
+TEST_F(PlatformEvents, CarriesTheValueWhateverTheHandlerMadeOfIts) {
+    scripted::Script(PLT_REQUEST_SET_PARAM, [](tZeltoPlatformRequest& request) {
+        request.longValue[1] = '\0';
+        return PLT_SUCCESS;
+    });
+    EXPECT_EQ(zeltoPlatLibSetParam("Device.Ethernet.Interface.1.Enable", "a,b", false, false), 0);
+    scripted::Reset();
+    EXPECT_EQ(OnlyBody(), R"({"DATA_MODEL_NAME": "Device.Ethernet.Interface.5.Enable", )"
+                          R"("DATA_MODEL_VALUE": "a,b"})");
+}
+
 TEST_F(PlatformEvents, FollowsTheElementsAfterASetObject) {
     EXPECT_EQ(zeltoPlatLibSetObject("Test.",
                                     {{"Device.Ethernet.Interface.1.Enable", "a", false},

@@ -162,4 +162,13 @@ void AnswerNumbers(tZeltoPlatformRequest& request, const std::vector<int32_t>& n
     std::memcpy(request.value, numbers.data(), numbers.size() * sizeof(int32_t));
 }
 
+void ReportInstances(const std::vector<int32_t>& ids) {
+    Script(PLT_REQUEST_GET_OBJECT_IDS, [ids](tZeltoPlatformRequest& request) {
+        std::vector<int32_t> numbers{static_cast<int32_t>(ids.size())};
+        numbers.insert(numbers.end(), ids.begin(), ids.end());
+        AnswerNumbers(request, numbers);
+        return PLT_SUCCESS;
+    });
+}
+
 } // namespace scripted

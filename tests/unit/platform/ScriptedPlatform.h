@@ -75,6 +75,9 @@ void Answer(tZeltoPlatformRequest& request, const std::string& value);
 void AnswerLong(tZeltoPlatformRequest& request, const std::string& value);
 void AnswerNumbers(tZeltoPlatformRequest& request, const std::vector<int32_t>& numbers);
 
+// Every table has these instances from now on.
+void ReportInstances(const std::vector<int32_t>& ids);
+
 } // namespace scripted
 
 #endif
