@@ -172,11 +172,22 @@ namespace zelto {
 
 bool LoadIndexMapFile(const char* path) {
     TZeltoJsonObject file;
-    if (path == nullptr || !file.LoadFile(path)) {
+    if (path == nullptr) {
+        return false;
+    }
+    if (!file.LoadFile(path)) {
+        qvLogging_log(
+            LOG_LEVEL_ERROR,
+            "\"The index map file %s is missing or no JSON: the built-in maps stay in force, or those "
+            "of an earlier file\"",
+            path);
         return false;
     }
     try {
         ReplaceTables(ReadModels(file));
+        if (rootVector.empty()) {
+            qvLogging_log(LOG_LEVEL_NOTICE, "\"The index map file %s holds no data model\"", path);
+        }
         return true;
     } catch (const std::logic_error& fault) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"The index map file %s is refused: %s\"", path, fault.what());

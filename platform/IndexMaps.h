@@ -6,12 +6,12 @@ namespace zelto {
 
 // Replaces the index maps by those of a JSON file, all of them at once or none:
 //   {"DATA_MODELS": [{"NAME": "Device.Ethernet.Interface.", "INDEX_MAP": [{"1": "5"}, {"2": "1"}]}]}
-// where each pair is an application index and a platform index. Returns whether the tables were replaced;
-// they stay as they are for
-// - a null path and a file that is missing or is no JSON: nothing is logged;
+// where each pair is an application index and a platform index. Returns whether the tables were replaced; a
+// line at notice level names a file without data models, which empties them. They stay as they are for a null
+// path, and, with one line at error level that names the file, for
+// - a file that is missing or is no JSON;
 // - a number that does not convert, an element that is no single pair, more than ZELTO_INDEX_MAP_MODELS data
-//   models and more than ZELTO_INDEX_MAP_PAIRS pairs in one: one line at error level names the file and the
-//   fault.
+//   models and more than ZELTO_INDEX_MAP_PAIRS pairs in one.
 // Throws nothing but std::bad_alloc. To be called while no request is worked on: readers take no lock.
 bool LoadIndexMapFile(const char* path);
 

@@ -207,6 +207,11 @@ TEST_F(IndexMapFile, EmptiesTheTablesWhenItHoldsNoModels) {
         EXPECT_EQ(zeltoNameIndexPairsSize, 0) << text;
         EXPECT_TRUE(DataModelRequestIndexMap.empty()) << text;
         EXPECT_TRUE(DataModelResponseIndexMap.empty()) << text;
+        EXPECT_TRUE(LogSpy::Contains(zelto::LOG_LEVEL_NOTICE, "\"The index map file " +
+                                                                  directory.File("index.json") +
+                                                                  " holds no data model\""))
+            << LogSpy::Dump();
+        LogSpy::Clear();
     }
 }
 
@@ -275,13 +280,24 @@ TEST_F(IndexMapFile, IsRefusedWithAnElementThatIsNoSinglePair) {
 }
 
 TEST_F(IndexMapFile, LeavesTheTablesWhenItIsMissingOrNoJson) {
+    for (const std::string& path :
+         {std::string(), directory.File("missing.json"), directory.Path(), directory.Write("empty.json", ""),
+          directory.Write("text.json", "not json"),
+          directory.Write("tail.json", OneModel(R"([{"1": "2"}])") + "tail")}) {
+        LogSpy::Clear();
+        EXPECT_FALSE(zelto::LoadIndexMapFile(path.c_str())) << path;
+        EXPECT_TRUE(LogSpy::Contains(zelto::LOG_LEVEL_ERROR,
+                                     "\"The index map file " + path +
+                                         " is missing or no JSON: the built-in maps stay in force, or those "
+                                         "of an earlier file\""))
+            << path;
+        EXPECT_EQ(LogSpy::Messages().size(), 1U) << path;
+        before.ExpectInForce();
+    }
+}
+
+TEST_F(IndexMapFile, LeavesTheTablesWithoutALineWhenNoneIsNamed) {
     EXPECT_FALSE(zelto::LoadIndexMapFile(nullptr));
-    EXPECT_FALSE(zelto::LoadIndexMapFile(""));
-    EXPECT_FALSE(zelto::LoadIndexMapFile(directory.File("missing.json").c_str()));
-    EXPECT_FALSE(zelto::LoadIndexMapFile(directory.Path().c_str()));
-    EXPECT_FALSE(Load(""));
-    EXPECT_FALSE(Load("not json"));
-    EXPECT_FALSE(Load(OneModel(R"([{"1": "2"}])") + "tail"));
     before.ExpectInForce();
     EXPECT_TRUE(LogSpy::Messages().empty()) << LogSpy::Dump();
 }
