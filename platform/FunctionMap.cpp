@@ -54,27 +54,28 @@ const TNamedEntry* FindNamed(const char* key) {
     return &*found;
 }
 
-const tZeltoPltFunctionTable* FindDefault(const char* key) {
+const TNamedEntry* FindDefault(const char* key) {
     qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Name: %s is not in the table.\"", key);
     // Looked up once: the first lookup that needs it decides for the life of the process.
     static const auto defaultEntry = zeltoPlatFunctionMap.find(DEFAULT_ENTRY);
-    return defaultEntry != zeltoPlatFunctionMap.end() ? &defaultEntry->second : nullptr;
+    return defaultEntry != zeltoPlatFunctionMap.end() ? &*defaultEntry : nullptr;
 }
 
 // The entry found under a key, or else the default one, if it serves the request.
 const tZeltoPltFunctionTable* ServingOf(tZeltoPltRequestType type, const char* key,
                                         const TNamedEntry* found) {
-    const tZeltoPltFunctionTable* const entry = found != nullptr ? &found->second : FindDefault(key);
-    if (entry == nullptr) {
+    const TNamedEntry* const serving = found != nullptr ? found : FindDefault(key);
+    if (serving == nullptr) {
         return nullptr;
     }
+    const tZeltoPltFunctionTable& entry = serving->second;
     qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Request Name is %s and we will use a handler with %s name.\"",
-                  key, entry->name);
-    if (!IsRequestType(type) || entry->handlers[type].handler == nullptr) {
+                  key, serving->first.c_str());
+    if (!IsRequestType(type) || entry.handlers[type].handler == nullptr) {
         return nullptr;
     }
     qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Descriptor found for Request name %s\"", key);
-    return entry;
+    return &entry;
 }
 
 void LogRequest(tZeltoPltRequestType type, const char* key) {

@@ -9,8 +9,8 @@
 #include <map>
 #include <string>
 
-// Filled while no request is worked on, since it is read without a lock. Slot k of a stored entry serves
-// request type k.
+// Filled while no other request is worked on than that of a handler which starts again, since it is read
+// without a lock. Slot k of a stored entry serves request type k.
 extern std::map<std::string, tZeltoPltFunctionTable, std::less<>> zeltoPlatFunctionMap;
 
 namespace zelto {

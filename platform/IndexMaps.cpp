@@ -18,7 +18,7 @@ static_assert(sizeof(DataModelNameIndexPairs) == 9200, "the layout of the array 
 
 namespace {
 
-using TInstanceNames = std::unordered_map<std::string, std::string>;
+using TNameMap = std::unordered_map<std::string, std::string>;
 
 struct TModel {
     std::string root;
@@ -28,8 +28,8 @@ struct TModel {
 // Everything that is looked up by name, made anew from whole models.
 struct TNameTables {
     std::vector<std::string> roots;
-    TInstanceNames request;
-    TInstanceNames response;
+    TNameMap request;
+    TNameMap response;
 };
 
 constexpr tZeltoNameIndexPairs NamedRecord(const char* root) {
@@ -145,7 +145,8 @@ void ReplaceTables(const std::vector<TModel>& models) {
     rootVector.swap(tables.roots);
     DataModelRequestIndexMap.swap(tables.request);
     DataModelResponseIndexMap.swap(tables.response);
-    // As many bytes as there were records, no more: readers of the array know it so.
+    // Only as many bytes as there were records: that the rest stays until it is overwritten is part of the
+    // interface.
     std::memset(DataModelNameIndexPairs, 0, static_cast<std::size_t>(zeltoNameIndexPairsSize));
     zeltoNameIndexPairsSize = static_cast<int32_t>(models.size());
     for (std::size_t at = 0; at < models.size(); ++at) {
@@ -165,8 +166,8 @@ int32_t zeltoNameIndexPairsSize = ZELTO_INDEX_MAP_MODELS;
 
 // Made before and so destroyed after the transport object, whose threads translate names until it stops.
 __attribute__((init_priority(1000))) std::vector<std::string> rootVector = BuiltInTables().roots;
-__attribute__((init_priority(1000))) TInstanceNames DataModelRequestIndexMap = BuiltInTables().request;
-__attribute__((init_priority(1000))) TInstanceNames DataModelResponseIndexMap = BuiltInTables().response;
+__attribute__((init_priority(1000))) TNameMap DataModelRequestIndexMap = BuiltInTables().request;
+__attribute__((init_priority(1000))) TNameMap DataModelResponseIndexMap = BuiltInTables().response;
 
 namespace zelto {
 

@@ -12,7 +12,8 @@ namespace zelto {
 // - a file that is missing or is no JSON;
 // - a number that does not convert, an element that is no single pair, more than ZELTO_INDEX_MAP_MODELS data
 //   models and more than ZELTO_INDEX_MAP_PAIRS pairs in one.
-// Throws nothing but std::bad_alloc. To be called while no request is worked on: readers take no lock.
+// Throws nothing but std::bad_alloc. Readers take no lock, so it is to be called while no request is worked
+// on but that of a handler which starts again.
 bool LoadIndexMapFile(const char* path);
 
 } // namespace zelto

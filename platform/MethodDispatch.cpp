@@ -1,6 +1,7 @@
 // The one road by which requests reach the platform operations: decode, expand, call, encode.
 
 #include "ipc/TextLimit.h"
+#include "platform/NameSegments.h"
 #include "platform/ObjectElements.h"
 #include "platform/PlatformLib.h"
 #include "platform/Wildcards.h"
@@ -12,7 +13,6 @@
 #include "zelto/ZeltoPlatformOps.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -26,15 +26,10 @@ namespace {
 constexpr int SUCCESS = 0;
 constexpr int FAILURE = -1;
 constexpr std::string_view DEFAULT_OBJECT = "Device.";
-constexpr char MARK = '@';
 // Room for an entry with a name and a value of common length. A request may be refused at its first name, so
 // room for a longer list than this is made once it is needed.
 constexpr std::size_t TYPICAL_ENTRY_SIZE = 80;
 constexpr std::size_t LONG_LIST = 4096;
-
-struct TFree {
-    void operator()(void* memory) const { std::free(memory); }
-};
 
 std::string TextProperty(const TMessageBody& request, TBodyText key) {
     return std::string(request.Text(key));
@@ -110,7 +105,7 @@ int ReadInstances(const std::string& wildcard, TPlainWriter& answer) {
         if (ReadValue(name, true, value) != SUCCESS) {
             return FAILURE;
         }
-        if (name.front() != MARK) {
+        if (!IsMarked(name)) {
             referResponseIndexMap(name);
         }
         WriteEntry(answer, name, value);

@@ -11,6 +11,12 @@ namespace zelto {
 
 constexpr char PATH_SEPARATOR = '.';
 constexpr std::string_view INSTANCE_PLACEHOLDER = "{i}";
+constexpr char NO_TRANSLATION_MARK = '@';
+
+// Whether nothing is to be translated for that name.
+inline bool IsMarked(std::string_view name) {
+    return !name.empty() && name.front() == NO_TRANSLATION_MARK;
+}
 
 // Of ASCII, whatever the locale says.
 inline bool IsDigit(char character) {
@@ -18,7 +24,7 @@ inline bool IsDigit(char character) {
 }
 
 // Throws std::out_of_range when the digits at the beginning of the text are all of it and make a number above
-// 32 bits. False when they are not all of it.
+// 2147483647. False when they are not all of it.
 bool ReadInstanceNumber(std::string_view digits, int& number);
 
 // A name and where its separators are. It refers to the text, behind which a NUL stands.
@@ -48,7 +54,8 @@ public:
     // Whether that is the key.
     bool HasKey(std::string_view key) const;
 
-    // Appends the instance numbers, outer first. Throws std::out_of_range for a number above 32 bits.
+    // Appends the instance numbers, outer first. Throws std::out_of_range for a number above
+    // 2147483647; those before it have been appended then.
     template <typename TNumbers>
     void AppendInstanceNumbers(TNumbers& numbers) const {
         std::size_t begin = 0;

@@ -13,7 +13,6 @@ namespace zelto {
 
 namespace {
 
-constexpr char NO_TRANSLATION_MARK = '@';
 constexpr std::size_t SHOWN_DIGITS = 32; // of a number that is refused, whatever its length
 
 using TWord = std::uint64_t;
@@ -123,7 +122,7 @@ void referResponseIndexMap(std::string& name) {
 }
 
 int stripIndexMapNegator(std::string& name) {
-    if (name.empty() || name.front() != NO_TRANSLATION_MARK) {
+    if (!IsMarked(name)) {
         return 1;
     }
     name.erase(0, 1);

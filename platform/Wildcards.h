@@ -10,6 +10,11 @@
 
 namespace zelto {
 
+// Releases what the platform has allocated.
+struct TFree {
+    void operator()(void* memory) const { std::free(memory); }
+};
+
 bool IsWildcard(std::string_view name);
 
 // The names that a wildcard stands for: one for each instance that the platform reports in place of the first
@@ -25,10 +30,6 @@ public:
     void Write(std::size_t position, std::string& name) const;
 
 private:
-    struct TFree {
-        void operator()(int* memory) const { std::free(memory); }
-    };
-
     std::string prefix;
     std::string_view suffix;
     std::unique_ptr<int[], TFree> ids;

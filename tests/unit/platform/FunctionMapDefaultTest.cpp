@@ -15,13 +15,25 @@ constexpr int DEBUG = 7;
 class FunctionMapDefault : public testing::Test {
 protected:
     static void SetUpTestSuite() {
-        scripted::Install({scripted::Entry("*", {PLT_REQUEST_GET_PARAM}, false, "default handlers"),
-                           scripted::Entry("Test.Own.", {PLT_REQUEST_SET_PARAM}, false, "own handlers")});
+        tZeltoPlatformRequestDescr descr{};
+        scripted::Install({scripted::Entry("Test.Own.", {PLT_REQUEST_SET_PARAM}, false, "own handlers")});
+        foundBefore = zeltoGetPlatformRequestDescr(PLT_REQUEST_SET_PARAM, "Test.Own.", &descr);
+        scripted::Install({scripted::Entry("*", {PLT_REQUEST_GET_PARAM}, false, "default handlers")});
     }
     void SetUp() override { LogSpy::Clear(); }
 
+    static bool foundBefore; // a name of the table, while there was no default entry
+
     tZeltoPlatformRequestDescr descr{};
 };
+
+bool FunctionMapDefault::foundBefore = false;
+
+// It is the first lookup that misses which decides.
+TEST_F(FunctionMapDefault, ServesAlthoughItCameAfterALookupThatNeededNone) {
+    ASSERT_TRUE(foundBefore);
+    EXPECT_TRUE(zeltoGetPlatformRequestDescr(PLT_REQUEST_GET_PARAM, "Test.Unknown", &descr));
+}
 
 TEST_F(FunctionMapDefault, ServesNamesThatAreNotInTheTable) {
     ASSERT_TRUE(zeltoGetPlatformRequestDescr(PLT_REQUEST_GET_PARAM, "Test.Unknown", &descr));

@@ -137,6 +137,31 @@ TEST(FunctionMap, TakesTheSecondOfTwoEntriesOfOneNameWithANotice) {
     EXPECT_FALSE(zeltoGetPlatformRequestDescr(PLT_REQUEST_ADD_OBJECT, "Device.WiFi.SSID.", &descr));
 }
 
+TEST(FunctionMap, TakesTheEntryOfALaterStartWithANotice) {
+    Init({Entry("Test.Restart.", {PLT_REQUEST_GET_PARAM, PLT_REQUEST_ADD_OBJECT})});
+    EXPECT_EQ(LogSpy::Count(NOTICE), 0U);
+    Init({Entry("Test.Restart.", {PLT_REQUEST_GET_PARAM}, false, "newer handlers")});
+    EXPECT_EQ(LogSpy::Count(
+                  NOTICE, "\"The handler for Test.Restart. is redefined! Please check the configuration.\""),
+              1U);
+    EXPECT_EQ(LogSpy::Count(NOTICE), 1U);
+    tZeltoPlatformRequestDescr descr{};
+    ASSERT_TRUE(zeltoGetPlatformRequestDescr(PLT_REQUEST_GET_PARAM, "Test.Restart.", &descr));
+    EXPECT_STREQ(descr.name, "newer handlers");
+    EXPECT_FALSE(zeltoGetPlatformRequestDescr(PLT_REQUEST_ADD_OBJECT, "Test.Restart.", &descr));
+}
+
+// The manager's own text is not looked at again.
+TEST(FunctionMap, LogsItsOwnKey) {
+    char name[] = "Test.Key.";
+    scripted::Install({Entry(name, {PLT_REQUEST_GET_PARAM})});
+    std::strcpy(name, "changed");
+    tZeltoPlatformRequestDescr descr{};
+    ASSERT_TRUE(zeltoGetPlatformRequestDescr(PLT_REQUEST_GET_PARAM, "Test.Key.", &descr));
+    EXPECT_TRUE(LogSpy::Contains(
+        DEBUG, "\"Request Name is Test.Key. and we will use a handler with Test.Key. name.\""));
+}
+
 TEST(FunctionMap, TakesTheLaterOfTwoPairsOfOneTypeWithoutANotice) {
     tZeltoPltFunctionTable entry = Entry("Test.Pairs.", {PLT_REQUEST_GET_PARAM, PLT_REQUEST_SET_PARAM});
     entry.handlers[2] = {PLT_REQUEST_GET_PARAM, OtherHandler};
