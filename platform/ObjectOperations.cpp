@@ -10,24 +10,34 @@
 
 namespace {
 
-constexpr char MARK = '@';
-
 // The record of an object request and everything that it points to.
 struct TObjectCall {
     zelto::TTarget target;
     std::vector<tZeltoPlatformObjectParam> params;
     std::vector<std::vector<int32_t>> indices;
     tZeltoPlatformObjectRequest request{};
+    bool hasCut = false; // a text of an element that is longer than its field
 };
 
-bool FillElement(const TZeltoPlatLibObject& element, bool rootMarked, tZeltoPlatformObjectParam& param,
-                 std::vector<int32_t>& indices) {
+// A request may hold very many texts, so only the first one is told of.
+void NoteCut(TObjectCall& call, const char* what, const tZeltoPlatformObjectParam& param) {
+    if (!call.hasCut) {
+        qvLogging_log(zelto::LOG_LEVEL_ERROR, "\"The %s of %s is cut to 255 bytes\"", what, param.paramName);
+        call.hasCut = true;
+    }
+}
+
+bool FillElement(TObjectCall& call, std::size_t position, const TZeltoPlatLibObject& element) {
+    tZeltoPlatformObjectParam& param = call.params[position];
+    std::vector<int32_t>& indices = call.indices[position];
     std::string name = element.name;
-    zelto::ToPlatformName(name, rootMarked || element.inPlatformNumbering);
+    zelto::ToPlatformName(name, call.target.marked || element.inPlatformNumbering);
     if (!zelto::TakeIndices(zelto::TNameSegments(name.c_str()), indices)) {
         return false;
     }
-    zelto::CopyTerminated(param.paramName, name);
+    if (!zelto::CopyWholeCharacters(param.paramName, name.c_str())) {
+        NoteCut(call, "name", param);
+    }
     param.indexCount = static_cast<int32_t>(indices.size());
     param.indices = zelto::IndexArray(indices);
     return true;
@@ -35,7 +45,7 @@ bool FillElement(const TZeltoPlatLibObject& element, bool rootMarked, tZeltoPlat
 
 void FillRoot(TObjectCall& call) {
     zelto::CopyTerminated(call.request.name, call.target.handler.name);
-    zelto::CopyTerminated(call.request.paramName, call.target.name);
+    zelto::CopyName(call.request.paramName, call.target.name);
     call.request.indexCount = static_cast<int32_t>(call.target.indices.size());
     call.request.indices = zelto::IndexArray(call.target.indices);
     call.request.paramCount = static_cast<int32_t>(call.params.size());
@@ -54,12 +64,13 @@ bool PrepareCall(tZeltoPltRequestType type, const char* root,
     call.params.resize(elements.size());
     call.indices.resize(elements.size());
     for (std::size_t i = 0; i < elements.size(); ++i) {
-        if (!FillElement(elements[i], call.target.marked, call.params[i], call.indices[i])) {
+        if (!FillElement(call, i, elements[i])) {
             return false;
         }
         // The handler of a get finds nothing where its answer goes.
-        if (type == PLT_REQUEST_SET_OBJECT) {
-            zelto::CopyTerminated(call.params[i].value, elements[i].value);
+        if (type == PLT_REQUEST_SET_OBJECT &&
+            !zelto::CopyWholeCharacters(call.params[i].value, elements[i].value.c_str())) {
+            NoteCut(call, "value", call.params[i]);
         }
     }
     FillRoot(call);
@@ -71,7 +82,7 @@ bool PrepareCall(tZeltoPltRequestType type, const char* root,
 std::pair<std::string, std::string> MakeResult(const TZeltoPlatLibObject& element,
                                                const tZeltoPlatformObjectParam& param, bool rootMarked) {
     std::pair<std::string, std::string> result(element.name, zelto::ReadField(param.value));
-    if (rootMarked || (!element.name.empty() && element.name.front() == MARK)) {
+    if (rootMarked || zelto::IsMarked(element.name)) {
         return result;
     }
     if (element.inPlatformNumbering) {
@@ -82,15 +93,16 @@ std::pair<std::string, std::string> MakeResult(const TZeltoPlatLibObject& elemen
 }
 
 void ReportChange(const tZeltoPlatformObjectParam& param, const std::string& value) {
+    const std::string name = zelto::ReadField(param.paramName); // the handler has had it
     zelto::THandler handler;
-    if (!zelto::FindHandler(PLT_REQUEST_SET_PARAM, zelto::TNameSegments(param.paramName), handler)) {
+    if (!zelto::FindHandler(PLT_REQUEST_SET_PARAM, zelto::TNameSegments(name), handler)) {
         return;
     }
     if (!handler.paramChangeEvent) {
-        qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Param Change Event is not set for %s!\"", param.paramName);
+        qvLogging_log(zelto::LOG_LEVEL_DEBUG, "\"Param Change Event is not set for %s!\"", name.c_str());
         return;
     }
-    zelto::SendChangeEvent(param.paramName, value);
+    zelto::SendChangeEvent(name.c_str(), value);
 }
 
 } // namespace

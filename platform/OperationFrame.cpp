@@ -33,14 +33,13 @@ constexpr TOperationRow ROWS[] = {
 static_assert(std::size(ROWS) == ZELTO_PLT_REQUEST_TYPES, "one row for each request type");
 
 constexpr const char OBJECT_REFERENCE[] = "Device.";
-constexpr char MARK = '@';
 
 } // namespace
 
 bool PrepareTarget(tZeltoPltRequestType type, std::string_view name, bool inPlatformNumbering,
                    TTarget& target) {
     const TOperationRow& row = ROWS[type];
-    target.marked = row.takesMark && !name.empty() && name.front() == MARK;
+    target.marked = row.takesMark && IsMarked(name);
     TNameSegments segments(name.data() + (target.marked ? 1 : 0)); // a NUL ends it
     const bool translates = row.translates && !target.marked && !inPlatformNumbering;
     if (translates && segments.HoldsTranslatedRoot()) {
@@ -58,14 +57,11 @@ bool PrepareTarget(tZeltoPltRequestType type, std::string_view name, bool inPlat
     return TakeIndices(segments, target.indices);
 }
 
-bool ToPlatformName(std::string& name, bool inPlatformNumbering) {
-    if (stripIndexMapNegator(name) == 0) {
-        return true;
-    }
-    if (!inPlatformNumbering) {
+void ToPlatformName(std::string& name, bool inPlatformNumbering) {
+    const bool isMarked = stripIndexMapNegator(name) == 0;
+    if (!isMarked && !inPlatformNumbering) {
         referRequestIndexMap(name);
     }
-    return false;
 }
 
 bool FindHandler(tZeltoPltRequestType type, const TNameSegments& name, THandler& handler) {
@@ -77,11 +73,20 @@ bool FindHandler(tZeltoPltRequestType type, const TNameSegments& name, THandler&
     return true;
 }
 
+void CopyName(char (&field)[ZELTO_TEXT_SIZE], std::string_view name) {
+    if (name.size() < sizeof(field)) {
+        CopyTerminated(field, name);
+        return;
+    }
+    (void)CopyWholeCharacters(field, name.data());
+    qvLogging_log(LOG_LEVEL_ERROR, "\"The name %s... is cut to 255 bytes\"", field);
+}
+
 tZeltoPlatformRequest MakeRequest(TTarget& target) {
     tZeltoPlatformRequest request;
     FillWithZeros(&request, sizeof(request));
     CopyTerminated(request.name, target.handler.name);
-    CopyTerminated(request.paramName, target.name);
+    CopyName(request.paramName, target.name);
     request.indexCount = static_cast<int32_t>(target.indices.size());
     request.indices = IndexArray(target.indices);
     return request;

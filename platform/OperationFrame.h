@@ -35,9 +35,8 @@ struct TTarget {
 bool PrepareTarget(tZeltoPltRequestType type, std::string_view name, bool inPlatformNumbering,
                    TTarget& target);
 
-// Removes the mark from a name, or else translates it unless it is in platform numbering already. Returns
-// whether the mark was there.
-bool ToPlatformName(std::string& name, bool inPlatformNumbering);
+// Removes the mark from a name, or else translates it unless it is in platform numbering already.
+void ToPlatformName(std::string& name, bool inPlatformNumbering);
 
 // Finds the handler of a name in platform numbering.
 bool FindHandler(tZeltoPltRequestType type, const TNameSegments& name, THandler& handler);
@@ -59,6 +58,10 @@ template <typename TNumbers>
 int32_t* IndexArray(TNumbers& indices) {
     return indices.empty() ? nullptr : indices.data();
 }
+
+// The name in a record. A NUL stands behind it. One that does not fit is cut at the last whole character,
+// with an error line.
+void CopyName(char (&field)[ZELTO_TEXT_SIZE], std::string_view name);
 
 // The record for the handler, zero but for names and indices. It points into the target.
 tZeltoPlatformRequest MakeRequest(TTarget& target);

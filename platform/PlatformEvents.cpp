@@ -7,30 +7,11 @@
 #include "utils/Log.h"
 #include "zelto/ZeltoPlatformLib.h"
 
-#include <cstring>
 #include <exception>
 
 namespace zelto {
 
 namespace {
-
-constexpr std::size_t MAX_UTF8_CONTINUATION = 3;
-
-bool IsContinuation(char byte) {
-    return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
-}
-
-// A character cut in half would make the whole text unsendable.
-void CopyWholeCharacters(char (&field)[ZELTO_TEXT_SIZE], const char* text) {
-    std::size_t length = ::strnlen(text, ZELTO_TEXT_SIZE);
-    if (length == ZELTO_TEXT_SIZE) {
-        --length;
-        for (std::size_t i = 0; i < MAX_UTF8_CONTINUATION && IsContinuation(text[length]); ++i) {
-            --length;
-        }
-    }
-    CopyTerminated(field, text, length);
-}
 
 // One odd host name must not keep the event from the applications: it is sent as null.
 void WriteField(TPlainWriter& body, const char* key, std::string_view text) {
@@ -63,8 +44,9 @@ void SendRecord(const char* eventName, tZeltoPltEventType type, const void* reco
 
 void SendChangeEvent(const char* name, const std::string& value) {
     tZeltoPltDataModelEvent record;
-    CopyWholeCharacters(record.name, name);
-    CopyWholeCharacters(record.value, value.c_str());
+    // A character cut in half would make the whole text unsendable.
+    (void)CopyWholeCharacters(record.name, name);
+    (void)CopyWholeCharacters(record.value, value.c_str());
     zeltoPlatformLibSendEvent(PLT_EVENT_DATA_MODEL_CHANGED, &record);
 }
 

@@ -1,4 +1,4 @@
-// The two ways in which a text gets into a fixed field of a record.
+// The ways in which a text gets into a fixed field of a record.
 #ifndef ZELTO_UTILS_FIXED_TEXT_H
 #define ZELTO_UTILS_FIXED_TEXT_H
 
@@ -44,6 +44,21 @@ void CopyTerminated(char (&field)[Size], const std::string& text) {
 template <std::size_t Size>
 void CopyTerminated(char (&field)[Size], std::string_view text) {
     CopyTerminated(field, text.data(), text.size());
+}
+
+// As much of the text as fits, always terminated; a character of UTF-8 that does not fit whole is left out.
+// Returns whether that is all of the text.
+template <std::size_t Size>
+bool CopyWholeCharacters(char (&field)[Size], const char* text) {
+    constexpr std::size_t MAX_CONTINUATION = 3;
+    const auto isContinuation = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; };
+    const std::size_t found = ::strnlen(text, Size);
+    std::size_t length = std::min(found, Size - 1);
+    for (std::size_t i = 0; length < found && i < MAX_CONTINUATION && isContinuation(text[length]); ++i) {
+        --length;
+    }
+    CopyTerminated(field, text, length);
+    return length == found;
 }
 
 // The text up to its NUL into all but the field's last byte, padded with zeros. The last byte stays as the

@@ -20,6 +20,7 @@ using testing::Pair;
 
 constexpr int ERROR = 3;
 constexpr int DEBUG = 7;
+const std::string LONG_ROOT = "Test." + std::string(300, 'r') + ".";
 constexpr const char* CHANGE_EVENT = "\"[zeltoPlatformLibSendEvent] Received event DATA_MODEL_CHANGED\n\"";
 
 // Answers each element with a text that contains its name as the handler saw it.
@@ -39,6 +40,7 @@ protected:
             Entry("Device.Ethernet.Interface.{i}.", {PLT_REQUEST_GET_OBJECT, PLT_REQUEST_SET_OBJECT}),
             Entry("Device.Ethernet.Interface.{i}.Enable", {PLT_REQUEST_SET_PARAM}, true),
             Entry("Device.Ethernet.Interface.{i}.Name", {PLT_REQUEST_SET_PARAM}, false),
+            Entry(LONG_ROOT.c_str(), {PLT_REQUEST_SET_OBJECT}),
         });
     }
     void SetUp() override {
@@ -196,6 +198,42 @@ TEST_F(SetObject, HandsOverTheValuesCutToTheirFields) {
     EXPECT_EQ(call.elements[0].value, "one");
     EXPECT_EQ(call.elements[1].value, std::string(255, 'v'));
     EXPECT_THAT(call.elements[1].indices, ElementsAre(2));
+    EXPECT_EQ(LogSpy::Count(ERROR, "\"The value of B.2.C is cut to 255 bytes\""), 1U);
+    EXPECT_EQ(LogSpy::Count(ERROR), 1U);
+}
+
+TEST_F(SetObject, LogsNoCutOfTextsThatJustFit) {
+    const std::string longest(255, 'x');
+    EXPECT_EQ(zeltoPlatLibSetObject("Test.Object.", {{longest, longest, false}}, true), 0);
+    EXPECT_EQ(Calls().at(0).elements.at(0).paramName, longest);
+    EXPECT_EQ(Calls().at(0).elements.at(0).value, longest);
+    EXPECT_EQ(LogSpy::Count(ERROR), 0U);
+}
+
+TEST_F(SetObject, CutsNamesAndValuesAtTheLastWholeCharacter) {
+    const std::string begin(254, 'n');
+    EXPECT_EQ(zeltoPlatLibSetObject("Test.Object.", {{begin + "\xc3\xa9", begin + "\xc3\xa9", false}}, true),
+              0);
+    EXPECT_EQ(Calls().at(0).elements.at(0).paramName, begin);
+    EXPECT_EQ(Calls().at(0).elements.at(0).value, begin);
+    EXPECT_EQ(LogSpy::Count(ERROR, "\"The name of " + begin + " is cut to 255 bytes\""), 1U);
+}
+
+TEST_F(SetObject, LogsTheFirstTextOfARequestThatIsCut) {
+    const std::string tooLong(256, 'v');
+    EXPECT_EQ(zeltoPlatLibSetObject("Test.Object.",
+                                    {{"A", "fits", false}, {"B", tooLong, false}, {tooLong, tooLong, false}},
+                                    true),
+              0);
+    EXPECT_EQ(LogSpy::Count(ERROR, "\"The value of B is cut to 255 bytes\""), 1U);
+    EXPECT_EQ(LogSpy::Count(ERROR), 1U);
+}
+
+TEST_F(SetObject, CutsALongRootInTheRecordOnly) {
+    EXPECT_EQ(zeltoPlatLibSetObject(LONG_ROOT.c_str(), {}, true), 0);
+    EXPECT_EQ(Calls().at(0).paramName, LONG_ROOT.substr(0, 255));
+    EXPECT_EQ(LogSpy::Count(ERROR, "\"The name " + LONG_ROOT.substr(0, 255) + "... is cut to 255 bytes\""),
+              1U);
 }
 
 TEST_F(SetObject, TranslatesNamesAsAGetDoes) {

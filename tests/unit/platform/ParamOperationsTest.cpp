@@ -26,6 +26,7 @@ constexpr int DEBUG = 7;
 constexpr const char* CHANGE_EVENT = "\"[zeltoPlatformLibSendEvent] Received event DATA_MODEL_CHANGED\n\"";
 
 const std::string LONG_NAME = "Test.Long." + std::string(300, 'n');
+const std::string FITTING_NAME = LONG_NAME.substr(0, 255);
 
 class ParamOperations : public testing::Test {
 protected:
@@ -43,6 +44,7 @@ protected:
             Entry("Test.Device.Ethernet.Interface.{i}.Enable", {PLT_REQUEST_GET_PARAM}),
             Entry("Test.Room-7.Value", {PLT_REQUEST_GET_PARAM}),
             Entry(LONG_NAME.c_str(), {PLT_REQUEST_GET_PARAM}),
+            Entry(FITTING_NAME.c_str(), {PLT_REQUEST_GET_PARAM}),
         });
     }
     void SetUp() override {
@@ -172,6 +174,9 @@ TEST_F(GetParam, TranslatesAValueThatRefersToAnObjectBack) {
         {"Test.Plain", false, "see Device.Ethernet.Interface.5", "see Device.Ethernet.Interface.5"},
         {"Test.Plain", false, "Device", "Device"},
         {"Test.Plain", false, "Device.Ethernet.Interface.9", "Device.Ethernet.Interface.9"},
+        // a number in a value is a text, however large
+        {"Test.Plain", false, "Device.Ethernet.Interface.99999999999",
+         "Device.Ethernet.Interface.99999999999"},
     };
     for (const auto& row : rows) {
         Script(PLT_REQUEST_GET_PARAM, [&row](tZeltoPlatformRequest& request) {
@@ -270,6 +275,15 @@ TEST_F(GetParam, RefusesAnInstanceNumberThatIsTooLarge) {
 TEST_F(GetParam, CutsALongNameInTheRecordOnly) {
     ASSERT_EQ(Get(LONG_NAME), 0);
     EXPECT_EQ(Calls().at(0).paramName, LONG_NAME.substr(0, 255));
+    EXPECT_EQ(LogSpy::Count(ERROR, "\"The name " + LONG_NAME.substr(0, 255) + "... is cut to 255 bytes\""),
+              1U);
+    EXPECT_EQ(LogSpy::Count(ERROR), 1U);
+}
+
+TEST_F(GetParam, HandsOnANameThatJustFits) {
+    ASSERT_EQ(Get(FITTING_NAME), 0);
+    EXPECT_EQ(Calls().at(0).paramName, FITTING_NAME);
+    EXPECT_EQ(LogSpy::Count(ERROR), 0U);
 }
 
 TEST_F(GetParam, LetsAHandlersExceptionPass) {

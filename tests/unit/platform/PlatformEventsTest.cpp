@@ -22,6 +22,8 @@ constexpr int DEBUG = 7;
 constexpr const char* LAST_EVENT = "CLIENT_BLOCKED_ATTEMPT";
 
 const std::string LONG_NAME = "Test." + std::string(300, 'n');
+const std::string CUT_NAME = "Test." + std::string(249, 'c');
+const std::string FULL_NAME(256, 'f');
 
 class PlatformEvents : public testing::Test {
 protected:
@@ -31,6 +33,8 @@ protected:
         scripted::Install({
             Entry("Device.Ethernet.Interface.{i}.Enable", {PLT_REQUEST_SET_PARAM}, true),
             Entry(LONG_NAME.c_str(), {PLT_REQUEST_SET_PARAM}, true),
+            Entry(CUT_NAME.c_str(), {PLT_REQUEST_SET_PARAM}, true),
+            Entry(FULL_NAME.c_str(), {PLT_REQUEST_SET_PARAM}, true),
             Entry("Test.", {PLT_REQUEST_SET_OBJECT}),
         });
         listener = std::make_unique<support::TRawPeer>(support::TBusEnvironment::Bus().Address());
@@ -191,6 +195,22 @@ TEST_F(PlatformEvents, FollowsTheElementsAfterASetObject) {
     EXPECT_EQ(events[1].Text(0),
               R"({"DATA_MODEL_NAME": "Device.Ethernet.Interface.1.Enable", "DATA_MODEL_VALUE": ")" +
                   std::string(255, 'c') + "\"}");
+}
+
+TEST_F(PlatformEvents, FollowsAnElementWhoseNameIsCutAtACharacter) {
+    EXPECT_EQ(zeltoPlatLibSetObject("Test.", {{CUT_NAME + "\xc3\xa9", "v", false}}, false), 0);
+    EXPECT_EQ(OnlyBody(), R"({"DATA_MODEL_NAME": ")" + CUT_NAME + R"(", "DATA_MODEL_VALUE": "v"})");
+}
+
+TEST_F(PlatformEvents, ReadsANameThatTheHandlerWroteToTheEndOfItsField) {
+    scripted::ScriptObject(PLT_REQUEST_SET_OBJECT, [](tZeltoPlatformObjectRequest& request) {
+        (void)FULL_NAME.copy(request.params[0].paramName, ZELTO_TEXT_SIZE);
+        return PLT_SUCCESS;
+    });
+    EXPECT_EQ(zeltoPlatLibSetObject("Test.", {{"Test.A", "v", false}}, false), 0);
+    scripted::Reset();
+    EXPECT_EQ(OnlyBody(),
+              R"({"DATA_MODEL_NAME": ")" + FULL_NAME.substr(0, 255) + R"(", "DATA_MODEL_VALUE": "v"})");
 }
 
 TEST_F(PlatformEvents, CutsALongValueAtTheLastWholeCharacter) {

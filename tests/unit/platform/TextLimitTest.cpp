@@ -102,10 +102,13 @@ protected:
     }
     void TearDown() override { LogSpy::Clear(); } // of megabytes, which a failed test would show
 
-    // The only error line since the last look.
+    // The only error line since the last look, but for the one that tells of a name without room in its
+    // record.
     static std::string Complaint() {
         const std::vector<LogSpy::TMessage> messages = LogSpy::Messages();
-        const auto isError = [](const LogSpy::TMessage& message) { return message.level == ERROR; };
+        const auto isError = [](const LogSpy::TMessage& message) {
+            return message.level == ERROR && message.text.find(" is cut to 255 bytes") == std::string::npos;
+        };
         const auto first = std::find_if(messages.begin(), messages.end(), isError);
         EXPECT_EQ(std::count_if(messages.begin(), messages.end(), isError), 1);
         LogSpy::Clear();
