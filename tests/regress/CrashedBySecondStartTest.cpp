@@ -8,6 +8,7 @@
 #include "support/LogSpy.h"
 #include "support/ProcessStats.h"
 #include "zelto/TZeltoIpc.h"
+#include "zelto/ZeltoPlatformNames.h"
 
 #include <gtest/gtest.h>
 
@@ -142,10 +143,19 @@ TEST_F(SecondStart, ServesAsBeforeWhenItFails) {
     party.Init("ANOTHER_NAME");
     ASSERT_EQ(AnswerOf(PARAM, 1), AskFor(PARAM, 1, "ANOTHER_NAME"));
     TBusEnvironment::Bus().Kill();
-    zeltoPlatformLibInit(&table);
+    const tZeltoPltFunctionTable later = Entry("Device.WiFi.SSID.{i}.Later", Get);
+    const std::string laterMaps = helper.Directory().Write(
+        "later.json", R"({"DATA_MODELS": [{"NAME": "Device.WiFi.SSID.", "INDEX_MAP": [{"1": "7"}]}]})");
+    const tZeltoPlatformLibTable laterTable{&later, 1, laterMaps.c_str()};
+    zeltoPlatformLibInit(&laterTable);
     TBusEnvironment::Bus().Restart();
     EXPECT_TRUE(Eventually([] { return busparty::Answers("ANOTHER_NAME"); }));
     EXPECT_FALSE(busparty::HasOwner("ZELTO_DISPATCHER"));
+    // Its tables had changed before.
+    const std::unique_ptr<TZeltoIpc> laterClient(newZeltoIpcInstance());
+    EXPECT_EQ(AnswerOf("Device.WiFi.SSID.1.Later", 1),
+              Ask(*laterClient, "ANOTHER_NAME", List(R"({"NAME": "Device.WiFi.SSID.1.Later"})", 1)));
+    EXPECT_EQ("Device.WiFi.SSID.7", DataModelRequestIndexMap["Device.WiFi.SSID.1"]);
     zeltoPlatformLibInit(&table);
     EXPECT_TRUE(busparty::Answers("ZELTO_DISPATCHER"));
 }

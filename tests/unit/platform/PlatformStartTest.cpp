@@ -1,4 +1,5 @@
 #include "ScriptedPlatform.h"
+#include "bus/NoThreads.h"
 
 #include "protocol/RequestNames.h"
 #include "support/BusEnvironment.h"
@@ -143,6 +144,23 @@ TEST_F(PlatformStart, GoesOnWithTheBuiltInMapsWhenTheFileCannotBeUsed) {
     EXPECT_EQ(helper.Directory().Read("runs"), "run\nrun\nrun\n");
     EXPECT_EQ(LogSpy::CountPart(ERROR, "The index map file "), 3U);
     EXPECT_EQ(LogSpy::Count(ERROR), 3U);
+}
+
+TEST_F(PlatformStart, EndsAfterAnErrorLineWhenThereAreNoThreadsAndServesAfterTheNext) {
+    const THelperScript helper("echo run >> \"$(dirname \"$0\")/runs\"");
+    {
+        const TNoThreads none;
+        Start({Entry("Test.Threadless", {PLT_REQUEST_GET_PARAM})});
+    }
+    EXPECT_EQ(LogSpy::Messages().back().format, "\"%s\"");
+    EXPECT_EQ(LogSpy::Messages().back().text, "\"Resource temporarily unavailable\"");
+    EXPECT_EQ(LogSpy::Count(ERROR), 1U) << LogSpy::Dump();
+    EXPECT_EQ(helper.Directory().Read("runs"), "");
+    std::string value;
+    EXPECT_EQ(zeltoPlatLibGetParam("Test.Threadless", value, false), 0); // its entries are in force
+    Start({});
+    EXPECT_EQ(helper.Directory().Read("runs"), "run\n");
+    EXPECT_EQ(Get("Test.Threadless"), R"({"PARAMS": [{"NAME": "Test.Threadless", "VALUE": ""}]} 0)");
 }
 
 TEST_F(PlatformStart, AnswersForAHandlerThatThrowsAndServesOn) {
