@@ -10,7 +10,7 @@
 #ifdef __cplusplus
 #define ZELTO_C_BEGIN extern "C" {
 #define ZELTO_C_END }
-/* Fixes an enumeration to the signed 32 bits that it has in C, so that any value may be stored in it. */
+/* Fixes an enumeration to the 32 bits that it has in C, so that any value may be stored in it. */
 #define ZELTO_ENUM(name) enum name : int
 #else
 #define ZELTO_C_BEGIN

@@ -71,8 +71,8 @@ public:
     void NotifyAppStateChangeObservers(IZeltoAppStateObserver::TZeltoAppState state,
                                        const std::string& appName);
 
-    // Reads one parameter, or with one "*" in place of an instance number one for each instance. `params` is
-    // replaced.
+    // Reads one parameter, or with one "*" in place of an instance number one for each instance. Instance
+    // numbers before the "*" are taken for the platform's. `params` is replaced.
     int GetParam(const std::string& name, std::vector<TZeltoAppParam>& params);
     // Reads the first parameter of that. `value` stays as it was when the manager returns none.
     int GetParam(const std::string& name, std::string& value);

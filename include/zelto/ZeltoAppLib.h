@@ -98,6 +98,8 @@ ZELTO_API void zeltoAppLibUnsubscribe(void);
 
 /*
  * Reads `request->param.name`, in which one "*" may stand in place of an instance number for all instances.
+ * Instance numbers before the "*" are taken for the platform's; the names that come back are in the
+ * application's numbering, unless the name begins with "@".
  *
  * One parameter came back: its value is in `param.value`, cut to 255 bytes; the rest of the record is as it
  * was. Any other number: a new array in `paramArray` (an earlier one is released) and `isArray` is true. So

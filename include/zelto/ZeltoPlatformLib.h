@@ -34,7 +34,9 @@ typedef ZELTO_ENUM(tZeltoPltRequestType){
  *
  * Handlers run on the library's dispatch threads, at most one at a time for requests from the bus, and on any
  * thread that calls a zeltoPlatLib operation directly; so they lock for themselves. A handler must not
- * request anything from its own party: nobody would answer until the handler has returned.
+ * request anything from its own party: nobody would answer until the handler has returned. An exception of a
+ * C++ handler fails the request: it is logged and the application gets -1, or it passes on to the thread that
+ * called the operation directly.
  */
 typedef int32_t (*tZeltoPltHandler)(void* request);
 
@@ -69,10 +71,14 @@ typedef struct tZeltoPlatformRequestDescr {
 
 /* The record of every handler but those of whole objects. */
 typedef struct tZeltoPlatformRequest {
-    char name[ZELTO_TEXT_SIZE];      /* the entry's handlerName, always terminated */
-    char paramName[ZELTO_TEXT_SIZE]; /* the name in platform numbering, always terminated */
-    int32_t indexCount;              /* number of instance numbers in the name */
-    int32_t* indices;                /* that many, outer first; null when there are none */
+    char name[ZELTO_TEXT_SIZE]; /* the entry's handlerName, always terminated */
+    /*
+     * The name, always terminated; a longer one is cut to 255 bytes, with an error line. Get and set: in
+     * platform numbering. Add, delete and get object ids: as it was given, for the ids without its "@".
+     */
+    char paramName[ZELTO_TEXT_SIZE];
+    int32_t indexCount; /* number of instance numbers in the name */
+    int32_t* indices;   /* that many, outer first; null when there are none */
     /*
      * Set: the value when it is shorter than 256 characters, else empty.
      * Get: the handler may write a value of up to 255 characters and a NUL.
@@ -91,8 +97,8 @@ typedef struct tZeltoPlatformRequest {
 
 /* One parameter of an object request. */
 typedef struct tZeltoPlatformObjectParam {
-    char paramName[ZELTO_TEXT_SIZE]; /* the name in platform numbering, always terminated */
-    char value[ZELTO_TEXT_SIZE];     /* set: the value, cut to 255 characters; get: empty, for the handler */
+    char paramName[ZELTO_TEXT_SIZE]; /* the name in platform numbering, always terminated, cut as above */
+    char value[ZELTO_TEXT_SIZE];     /* set: the value, likewise; get: empty, for the handler */
     int32_t indexCount;
     int32_t* indices; /* this name's instance numbers; null when there are none */
 } tZeltoPlatformObjectParam;
@@ -100,7 +106,7 @@ typedef struct tZeltoPlatformObjectParam {
 /* The record of the get-object and set-object handlers. */
 typedef struct tZeltoPlatformObjectRequest {
     char name[ZELTO_TEXT_SIZE];      /* the entry's handlerName, always terminated */
-    char paramName[ZELTO_TEXT_SIZE]; /* the root, always terminated */
+    char paramName[ZELTO_TEXT_SIZE]; /* the root in platform numbering, likewise */
     int32_t indexCount;
     int32_t* indices;   /* the root's instance numbers; null when there are none */
     int32_t paramCount; /* number of elements */
@@ -131,11 +137,16 @@ ZELTO_C_BEGIN
  * whole. Requests from the bus that arrive meanwhile wait and are answered. It waits for a handler in
  * progress, so no lock may be held that a handler takes; a call to another party which that handler has under
  * way ends with -1. Functions of this library that look up names (zeltoPlatLib..., the dispatcher, those of
- * ZeltoPlatformNames.h) must not run on other threads of the manager meanwhile.
+ * ZeltoPlatformNames.h) must not run on other threads of the manager meanwhile. When a handler calls it, the
+ * script must not ask this manager: nobody answers until the handler returns, which waits for the script.
  *
- * Failures (no bus, for example) are logged and not reported; never throws for them. A later call that fails
- * leaves the party serving as before, but for want of threads, or of memory to start them: then nobody serves
- * until the next call. `table` must not be null.
+ * Failures (no bus, for example) are logged and not reported; never throws for them. After a first call that
+ * failed, another one starts the platform side. A later call that fails leaves the party serving as before,
+ * but for want of threads, or of memory to start them: then nobody serves until the next call. Its entries
+ * and its index maps are in force in either case. `table` must not be null.
+ *
+ * It takes as long as the script, without a limit. A bus that stops answering meanwhile is given up after
+ * some 26 seconds; one that accepts the first connection of the process and says nothing is not.
  */
 ZELTO_API void zeltoPlatformLibInit(const tZeltoPlatformLibTable* table);
 
@@ -145,9 +156,11 @@ ZELTO_API void zeltoPlatformLibTerm(void);
 /*
  * Sends an event to every application. `record` points to a tZeltoPltClientEvent for the types 0 to 4 and to
  * a tZeltoPltDataModelEvent for type 5; a null record or another type sends nothing. The record is only read.
+ * A text of it that is not UTF-8 is sent as null, with an error line.
  *
- * May be called from any thread, handlers included. Failures are logged and not reported; never throws for
- * them.
+ * May be called from any thread, handlers included. Connects to the bus when the process has not done so yet.
+ * Waits for a bus that does not read, but no longer than a second. Failures are logged and not reported;
+ * never throws for them.
  */
 ZELTO_API void zeltoPlatformLibSendEvent(tZeltoPltEventType type, const void* record);
 

@@ -1,8 +1,8 @@
 // Instance numbers: applications number some tables differently from the platform. These are the tables that
 // relate the two numberings, and the functions that rewrite names from one to the other.
 //
-// The tables are written by zeltoPlatformLibInit only, while no request from the bus is worked on. Reading
-// takes no lock, so nobody else may read them meanwhile.
+// The tables are written by zeltoPlatformLibInit only, while no request from the bus is worked on but that of
+// a handler which calls it. Reading takes no lock, so nobody else may read them meanwhile.
 #ifndef ZELTO_PLATFORM_NAMES_H
 #define ZELTO_PLATFORM_NAMES_H
 
@@ -38,7 +38,8 @@ extern ZELTO_API int32_t zeltoNameIndexPairsSize;
 extern ZELTO_API std::unordered_map<std::string, std::string> DataModelRequestIndexMap;
 extern ZELTO_API std::unordered_map<std::string, std::string> DataModelResponseIndexMap;
 
-// Rewrites `name` in place: for each root, the first instance name below it that `map` knows.
+// Rewrites `name` in place: for each root, the instance name where the root first occurs, if `map` knows it.
+// Further occurrences are not looked at.
 ZELTO_API void referIndexMap(std::string& name, const std::unordered_map<std::string, std::string>& map);
 // From application to platform numbering.
 ZELTO_API void referRequestIndexMap(std::string& name);
@@ -53,7 +54,7 @@ ZELTO_API int stripIndexMapNegator(std::string& name);
 ZELTO_API bool convertObjectToJsonName(std::string& name);
 
 // Replaces `out` by the instance numbers in `name`, outer first. A null name counts as empty. Throws
-// std::out_of_range for a number above 32 bits.
+// std::out_of_range for a number above 2147483647; `out` then holds the numbers before it.
 ZELTO_API void getIndices(const char* name, std::vector<int>& out);
 
 #endif

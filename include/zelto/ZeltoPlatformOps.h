@@ -19,10 +19,13 @@ struct TZeltoPlatLibObject {
 };
 
 // All operations return 0 on success and -1 on failure; a failing handler's own code is only logged. Outputs
-// are written on success only. A name that begins with "@" is not translated between the numberings. An
-// exception of a handler passes on to the caller.
+// are written on success only. A name that begins with "@" is not translated between the numberings. Adding,
+// deleting and listing instances translates no name: listing removes an "@", the other two take it for a part
+// of the name. An exception of a handler passes on to the caller.
 
-// Reads one parameter. `fromWildcard`: the name is in platform numbering already.
+// Reads one parameter. `fromWildcard`: the name is in platform numbering already, as those are which the
+// dispatcher makes of a "*". It lists the instances under what stands before the "*", so the numbers there
+// are the platform's, too.
 ZELTO_API int zeltoPlatLibGetParam(const std::string& name, std::string& value, bool fromWildcard);
 
 // Writes one parameter and sends "DATA_MODEL_CHANGED" when the table entry asks for it.
@@ -59,9 +62,11 @@ ZELTO_API bool zeltoGetPlatformRequestDescr(tZeltoPltRequestType type, const cha
 // Returns 1 when both texts are non-null and equal, else 0.
 ZELTO_API int compareParamName(const char* lhs, const char* rhs);
 
-// Answers one request of the protocol as a call from the bus would be answered: returns 0 or -1. `*output` is
-// set only when there is an answer text; the caller releases it with zeltoPlatformDealloc. May be called from
-// any thread. A null input reads as empty. An exception of a handler passes on to the caller.
+// Answers one request of the protocol as a call from the bus would be answered: returns 0 or -1. `output`
+// must not be null; `*output` is set only when there is an answer text, which the caller releases with
+// zeltoPlatformDealloc. May be called from any thread. A null input reads as empty. An exception of a handler
+// passes on to the caller. A single value of more than 16 MiB is answered here with 0 and its text; the bus
+// does not carry it, and its caller gets -1.
 ZELTO_API int zeltoPlatformMethodsHandler(const char* method, const char* input, char** output);
 
 // Releases an answer text of zeltoPlatformMethodsHandler. Null is allowed.
