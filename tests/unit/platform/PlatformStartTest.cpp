@@ -152,8 +152,8 @@ TEST_F(PlatformStart, EndsAfterAnErrorLineWhenThereAreNoThreadsAndServesAfterThe
         const TNoThreads none;
         Start({Entry("Test.Threadless", {PLT_REQUEST_GET_PARAM})});
     }
-    EXPECT_EQ(LogSpy::Messages().back().format, "\"%s\"");
-    EXPECT_EQ(LogSpy::Messages().back().text, "\"Resource temporarily unavailable\"");
+    EXPECT_EQ(LogSpy::Messages().back().level, ERROR);
+    EXPECT_EQ(LogSpy::Messages().back().format, "\"%s\""); // the reason is the system's
     EXPECT_EQ(LogSpy::Count(ERROR), 1U) << LogSpy::Dump();
     EXPECT_EQ(helper.Directory().Read("runs"), "");
     std::string value;
