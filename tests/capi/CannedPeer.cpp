@@ -45,8 +45,12 @@ TCannedPeer::~TCannedPeer() {
 }
 
 void TCannedPeer::AnswerWith(const std::string& json, const std::string& blob) {
+    AnswerWithPart(json, blob, blob.size());
+}
+
+void TCannedPeer::AnswerWithPart(const std::string& json, const std::string& blob, std::size_t announced) {
     const std::lock_guard<std::mutex> lock(mutex);
-    frame = Number(json.size()) + Number(blob.size()) + json + blob;
+    frame = Number(json.size()) + Number(announced) + json + blob;
 }
 
 std::vector<std::string> TCannedPeer::Requests() const {

@@ -19,6 +19,8 @@ public:
 
     const std::string& Address() const { return address; }
     void AnswerWith(const std::string& json, const std::string& blob = "");
+    // Announces a blob of the size, sends what there is of it, and closes.
+    void AnswerWithPart(const std::string& json, const std::string& blob, std::size_t announced);
     std::vector<std::string> Requests() const;
 
 private:

@@ -180,6 +180,20 @@ TEST_F(RemoteFile, GivesABufferThatIsNotNullWhenEmpty) {
     EXPECT_NE(remote.request.value, nullptr);
 }
 
+TEST_F(RemoteFile, HasZerosForWhatIsCutOff) {
+    peer.AnswerWithPart("{\"STATUS\": \"OK\"}", "ab", 4);
+    ASSERT_EQ(zeltoAppLibGetFileRemote(&remote), ZELTO_APP_OK);
+    EXPECT_EQ(Content(), std::string("ab\0\0", 4));
+}
+
+TEST_F(RemoteFile, IsEmptyWhenAMebibyteIsAnnounced) {
+    zeltoAppLibAllocateLongParamRequest(&remote.request, 100);
+    peer.AnswerWithPart("{\"STATUS\": \"OK\"}", "ab", 1048576);
+    ASSERT_EQ(zeltoAppLibGetFileRemote(&remote), ZELTO_APP_OK);
+    EXPECT_EQ(remote.request.size, 0U);
+    EXPECT_NE(remote.request.value, nullptr);
+}
+
 TEST_F(RemoteFile, ReplacesAnEarlierBuffer) {
     zeltoAppLibAllocateLongParamRequest(&remote.request, 100);
     peer.AnswerWith("{\"STATUS\": \"OK\"}", "new");

@@ -31,6 +31,47 @@ inline std::string Frame(const std::string& json, const std::string& blob = "") 
     return Frame(static_cast<uint32_t>(json.size()), static_cast<uint32_t>(blob.size()), json + blob);
 }
 
+constexpr uint16_t REMOTE_PORT = 42042;
+
+// A socket that has the fixed port of a loopback address for itself. Other test programs look for a free
+// address at the same time: two that may reuse it can bind it, but not listen; one that may not binds it
+// alone.
+inline int TakeLoopbackAddress(bool listens, std::string& address) {
+    for (uint32_t attempt = 0; attempt < 1000; ++attempt) {
+        const uint32_t host = static_cast<uint32_t>(::getpid()) * 7 + attempt;
+        const int bound = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        const int reuse = listens ? 1 : 0;
+        ::setsockopt(bound, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
+        sockaddr_in local{};
+        local.sin_family = AF_INET;
+        local.sin_port = htons(REMOTE_PORT);
+        local.sin_addr.s_addr = htonl(0x7F010000U + host % 0xFE0000U);
+        if (::bind(bound, reinterpret_cast<sockaddr*>(&local), sizeof(local)) == 0 &&
+            (!listens || ::listen(bound, 1) == 0)) {
+            char text[INET_ADDRSTRLEN];
+            address = ::inet_ntop(AF_INET, &local.sin_addr, text, sizeof(text));
+            return bound;
+        }
+        ::close(bound);
+    }
+    throw std::runtime_error("no loopback address to bind");
+}
+
+// Has an address on which nobody listens, and nobody else can as long as it lives.
+class TAbsentPeer {
+public:
+    TAbsentPeer() : holder(TakeLoopbackAddress(false, address)) {}
+    ~TAbsentPeer() { ::close(holder); }
+    TAbsentPeer(const TAbsentPeer&) = delete;
+    TAbsentPeer& operator=(const TAbsentPeer&) = delete;
+
+    const std::string& Address() const { return address; }
+
+private:
+    std::string address;
+    const int holder;
+};
+
 class TTcpPeer {
 public:
     using TScript = std::function<void(int connection)>;
@@ -41,7 +82,7 @@ public:
 
     // Runs the script on the connection, then closes it.
     explicit TTcpPeer(TScript ownScript) : script(std::move(ownScript)) {
-        Listen();
+        listener = TakeLoopbackAddress(true, address);
         thread = std::thread([this] { Serve(); });
     }
 
@@ -64,30 +105,7 @@ public:
     }
 
 private:
-    static constexpr uint16_t PORT = 42042;
     static constexpr int TIMEOUT_MS = 10000;
-
-    // Other test programs look for a free address at the same time: binding decides.
-    void Listen() {
-        for (uint32_t attempt = 0; attempt < 1000; ++attempt) {
-            const uint32_t host = static_cast<uint32_t>(::getpid()) * 7 + attempt;
-            listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-            const int reuse = 1;
-            ::setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof(reuse));
-            sockaddr_in local{};
-            local.sin_family = AF_INET;
-            local.sin_port = htons(PORT);
-            local.sin_addr.s_addr = htonl(0x7F010000U + host % 0xFE0000U);
-            if (::bind(listener, reinterpret_cast<sockaddr*>(&local), sizeof(local)) == 0 &&
-                ::listen(listener, 1) == 0) {
-                char text[INET_ADDRSTRLEN];
-                address = ::inet_ntop(AF_INET, &local.sin_addr, text, sizeof(text));
-                return;
-            }
-            ::close(listener);
-        }
-        throw std::runtime_error("no loopback address to listen on");
-    }
 
     void Serve() {
         pollfd waiting{listener, POLLIN, 0};

@@ -110,6 +110,21 @@ TEST(GetFileRemote, LeavesTheDataAsItWasForAnEmptyFile) {
     EXPECT_EQ(Text(data), "old");
 }
 
+TEST(GetFileRemote, LeavesTheTailOfAFileThatIsCutOffAsItWas) {
+    TTcpPeer peer(Frame(static_cast<uint32_t>(OK.size()), 5, OK + "n"));
+    std::vector<char> data{'o', 'l', 'd'};
+    EXPECT_EQ(App().GetFileRemote(peer.Address(), "/etc/motd", data), 0);
+    EXPECT_EQ(Text(data), std::string("nld\0\0", 5));
+}
+
+TEST(GetFileRemote, LeavesTheDataAsItWasForAFileAboveTheLargestSize) {
+    TTcpPeer peer(Frame(static_cast<uint32_t>(OK.size()), 1048576, OK + "new"));
+    std::vector<char> data{'o', 'l', 'd'};
+    EXPECT_EQ(App().GetFileRemote(peer.Address(), "/etc/motd", data), 0);
+    EXPECT_EQ(Text(data), "old");
+    EXPECT_EQ(LogSpy::Count(3), 0U) << LogSpy::Dump();
+}
+
 TEST(GetFileRemote, LogsAnAnswerThatCannotBeParsedAndCarriesOn) {
     TTcpPeer peer(Frame("100%s of it", "content"));
     std::vector<char> data;
@@ -183,11 +198,8 @@ TEST(RemoteRequests, FailWhenThePeerClosesAtAnyByte) {
 }
 
 TEST(RemoteRequests, FailWithoutAConnection) {
-    std::string address;
-    {
-        TTcpPeer gone(Frame(OK));
-        address = gone.Address();
-    }
+    const support::TAbsentPeer absent;
+    const std::string address = absent.Address();
     TParams params{{"old", "old"}};
     std::vector<char> data{'o', 'l', 'd'};
     EXPECT_EQ(App().SetParamRemote(address, NAME, "guest", true), -1);

@@ -217,15 +217,12 @@ TEST(RemoteExchange, ReportsHowMuchOfTheRequestAResettingPeerTook) {
 }
 
 TEST(RemoteExchange, FailsWhenNobodyListens) {
-    std::string address;
-    {
-        TTcpPeer gone(Frame(JSON));
-        address = gone.Address();
-    }
-    const TOutcome outcome = Exchange(address);
+    const support::TAbsentPeer absent;
+    const TOutcome outcome = Exchange(absent.Address());
     EXPECT_FALSE(outcome.sent);
     EXPECT_EQ(outcome.response, "before");
-    EXPECT_EQ(LogSpy::Count(3, "\"Failed to connect to " + address + ":42042\""), 1U) << LogSpy::Dump();
+    EXPECT_EQ(LogSpy::Count(3, "\"Failed to connect to " + absent.Address() + ":42042\""), 1U)
+        << LogSpy::Dump();
 }
 
 TEST(RemoteExchange, RefusesWhatIsNoNumericAddress) {
