@@ -1,5 +1,6 @@
 // The zelto command and a peer gateway: a manager and zelto-remoted.
 
+#include "capi/CannedPeer.h"
 #include "e2e/Programs.h"
 #include "e2e/Remoted.h"
 
@@ -120,10 +121,10 @@ TEST_F(RemoteCommand, EndsWithThreeWhenATextCannotBeSentOrWritten) {
 }
 
 TEST(RemoteCommandPeer, MayNotBeThere) {
-    const std::string nobody = support::NewLoopbackAddress();
-    auto result = RunCommand({"remote", nobody, "get", "X"});
+    const support::TAbsentPeer absent;
+    auto result = RunCommand({"remote", absent.Address(), "get", "X"});
     EXPECT_EQ(result.exitCode, 4);
-    EXPECT_EQ(result.errors, "zelto: remote " + nobody + " get X: no connection to the peer\n");
+    EXPECT_EQ(result.errors, "zelto: remote " + absent.Address() + " get X: no connection to the peer\n");
 }
 
 TEST(RemoteCommandPeer, MayTalkNonsense) {
@@ -142,4 +143,60 @@ TEST(RemoteCommandPeer, MayNotAnswer) {
     auto result = RunCommand({"-t", "1", "remote", peer.Address(), "get", "X"});
     EXPECT_EQ(result.exitCode, 5);
     EXPECT_THAT(result.errors, HasSubstr("no answer within 1 s"));
+}
+
+class RemoteCommandFile : public testing::Test {
+protected:
+    support::TRunResult Fetch() {
+        return RunCommand({"remote", peer.Address(), "file", "file", "-o", directory.File("copy")});
+    }
+
+    const std::string ok = R"({"STATUS": "OK"})";
+    capi::TCannedPeer peer;
+    support::TTempDir directory;
+};
+
+TEST_F(RemoteCommandFile, StaysAsItWasWhenItIsCutOffOnItsWay) {
+    directory.Write("copy", "before");
+    for (const std::string& part :
+         {std::string(), std::string("part"), std::string(998, '\xff'), std::string(998, '\0')}) {
+        peer.AnswerWithPart(ok, part, 999);
+        auto result = Fetch();
+        EXPECT_EQ(result.exitCode, 3) << part.size();
+        EXPECT_EQ(result.errors,
+                  "zelto: remote " + peer.Address() + " file file: the file was cut off on its way\n");
+        EXPECT_EQ(directory.Read("copy"), "before");
+    }
+}
+
+TEST_F(RemoteCommandFile, IsNotWrittenToTheOutputWhenItIsCutOffOnItsWay) {
+    peer.AnswerWithPart(ok, "part", 999);
+    auto result = RunCommand({"remote", peer.Address(), "file", "file"});
+    EXPECT_EQ(result.exitCode, 3);
+    EXPECT_EQ(result.output, "");
+}
+
+TEST_F(RemoteCommandFile, MayEndInAnyByte) {
+    for (const char last : {'\0', '\1', '\n', '\x7f', '\x80', '\xfe', '\xff'}) {
+        const std::string content = std::string("content") + last;
+        peer.AnswerWith(ok, content);
+        EXPECT_EQ(Fetch().exitCode, 0) << int{last};
+        EXPECT_EQ(directory.Read("copy"), content) << int{last};
+    }
+}
+
+TEST_F(RemoteCommandFile, IsAskedForOnceUnlessItEndsInTheByteThatWasThere) {
+    peer.AnswerWith(ok, std::string(1048575, '\0'));
+    EXPECT_EQ(Fetch().exitCode, 0);
+    EXPECT_EQ(peer.Requests().size(), 1U);
+    peer.AnswerWith(ok, "\xff");
+    EXPECT_EQ(Fetch().exitCode, 0);
+    EXPECT_EQ(peer.Requests().size(), 3U);
+}
+
+TEST_F(RemoteCommandFile, IsEmptyWhenNothingOfItIsAnnounced) {
+    directory.Write("copy", "before");
+    peer.AnswerWith(ok);
+    EXPECT_EQ(Fetch().exitCode, 0);
+    EXPECT_EQ(directory.Read("copy"), "");
 }

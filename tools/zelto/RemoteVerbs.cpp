@@ -26,6 +26,8 @@ namespace tool {
 
 namespace {
 
+constexpr size_t LARGER_THAN_ANY_FILE = 1048576; // of which no peer can send one
+
 struct TRemoteOptions {
     std::string host;
     std::vector<std::string> arguments; // of the verb
@@ -36,7 +38,7 @@ struct TRemoteOptions {
 
 // An exchange with the peer and what came of it.
 struct TExchange {
-    std::string what; // such as "get Device.X", for messages
+    std::string what{}; // such as "get Device.X", for messages
     TZeltoJsonObject request{};
     TZeltoJsonObject response{};
     std::vector<char> blob{};
@@ -167,20 +169,41 @@ int WriteBlob(const TGlobals& globals, const TRemoteOptions& options, const std:
     return globals.isQuiet || WriteRaw(blob.data(), blob.size()) ? EXIT_DONE : EXIT_RUN_TIME;
 }
 
+// What does not come of a file leaves the blob as it was, and nothing else tells. So its last byte has come
+// if it is not the one that stood there; a file that ends in that one is fetched once more over another.
+int FetchFile(const TGlobals& globals, const TRemoteOptions& options, TExchange& exchange) {
+    for (const char filler : {'\xff', '\0'}) {
+        exchange = NewExchange(options, "file", "GET_FILE", options.arguments.at(0));
+        exchange.blob.assign(LARGER_THAN_ANY_FILE, filler);
+        const int code = Run(globals, options, exchange);
+        if (code != EXIT_DONE) {
+            return code;
+        }
+        if (exchange.blob.size() == LARGER_THAN_ANY_FILE) {
+            exchange.blob.clear(); // nothing of a file was announced: it is empty
+            return EXIT_DONE;
+        }
+        if (exchange.blob.back() != filler) {
+            return EXIT_DONE;
+        }
+    }
+    PrintError(exchange.what + ": the file was cut off on its way");
+    return EXIT_RUN_TIME;
+}
+
 int RunFile(const TGlobals& globals, const TRemoteOptions& options) {
     if (globals.format != FORMAT_TEXT && options.outputFile.empty()) {
         PrintError("remote file: JSON needs -o, since the file goes to standard output otherwise");
         return EXIT_USAGE;
     }
-    const std::string& name = options.arguments.at(0);
-    TExchange exchange = NewExchange(options, "file", "GET_FILE", name);
-    int code = Run(globals, options, exchange);
+    TExchange exchange;
+    int code = FetchFile(globals, options, exchange);
     code = code == EXIT_DONE ? WriteBlob(globals, options, exchange.blob) : code;
     if (code != EXIT_DONE) {
         return code;
     }
     TZeltoJsonObject record;
-    SetText(record, "FILE_NAME", name);
+    SetText(record, "FILE_NAME", options.arguments.at(0));
     SetInteger(record, "SIZE", static_cast<int>(exchange.blob.size()));
     TOutput output(globals, "");
     (void)output.Add(record);
