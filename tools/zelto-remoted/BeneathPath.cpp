@@ -13,7 +13,8 @@ namespace remoted {
 
 namespace {
 
-constexpr int FILE_FLAGS = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+// O_LARGEFILE for the call that the C library does not make: a file that is too large is to be found so.
+constexpr int FILE_FLAGS = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_LARGEFILE;
 constexpr int MOST_LINKS = 40; // as the kernel has it
 constexpr int MOST_TRIES = 8;  // of a path in which something is renamed all the time
 

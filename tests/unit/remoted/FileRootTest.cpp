@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -159,6 +160,11 @@ TEST_P(FileRoot, GivesAFileOfTheLargestSizeAndNoLargerOne) {
     EXPECT_EQ(Read("larger"), Fault("the file is larger than 1048575 bytes"));
     EXPECT_EQ(Read("empty"), "");
     EXPECT_EQ(Read("one"), "1");
+}
+
+TEST_P(FileRoot, KnowsASizeOfMoreThan32Bits) {
+    ASSERT_EQ(truncate64(outer.File("root/file").c_str(), (int64_t{1} << 32U) + 7), 0); // takes no room
+    EXPECT_EQ(Read("file"), Fault("the file is larger than 1048575 bytes"));
 }
 
 TEST_P(FileRoot, LeavesNoDescriptorBehind) {
