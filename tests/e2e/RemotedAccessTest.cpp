@@ -105,6 +105,10 @@ INSTANTIATE_TEST_SUITE_P(
                     TWrongLine{"PrefixWithoutSets", {"--set-prefix", "Device."}, "--allow-set"},
                     TWrongLine{"EmptyPrefix", {"--allow-set", "--set-prefix", ""}, "not empty"},
                     TWrongLine{"NoConnections", {"--max-connections", "0"}, "--max-connections"},
+                    TWrongLine{"IdentityWithADash", {"--identity", "my-app"}, "not an identity"},
+                    TWrongLine{"IdentityWithADigit", {"--identity", "1A"}, "not an identity"},
+                    TWrongLine{"EmptyIdentity", {"--identity", ""}, "not an identity"},
+                    TWrongLine{"LongIdentity", {"--identity", std::string(201, 'A')}, "not an identity"},
                     TWrongLine{"Surplus", {"surplus"}, "surplus"}),
     [](const auto& testCase) { return std::string(testCase.param.title); });
 

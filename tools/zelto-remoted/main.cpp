@@ -9,7 +9,6 @@
 #include <CLI/CLI.hpp>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <stdexcept>
@@ -25,6 +24,7 @@ using namespace remoted;
 
 constexpr int LONGEST_TIMEOUT = 86400;
 constexpr int MOST_CONNECTIONS = 4096;
+constexpr std::size_t LONGEST_IDENTITY = 200;
 constexpr std::chrono::milliseconds STOP_TIME{500};
 
 struct TOptions {
@@ -55,10 +55,21 @@ std::string CheckPrefix(const std::string& prefix) {
     return prefix.empty() ? "a prefix is not empty" : "";
 }
 
+// As the library has it, which says so only when it connects.
+std::string CheckIdentity(const std::string& identity) {
+    constexpr char DIGITS[] = "0123456789";
+    const std::string allowed = std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_") + DIGITS;
+    const bool isGood = !identity.empty() && identity.size() <= LONGEST_IDENTITY &&
+                        identity.find_first_not_of(allowed) == std::string::npos &&
+                        identity.find_first_of(DIGITS) != 0;
+    return isGood ? "" : "not an identity (letters, digits and _, the first no digit): " + identity;
+}
+
 void AddAccessOptions(CLI::App& app, TOptions& options) {
-    app.add_option("--allow", options.allowed,
-                   "A peer or network that may ask, such as 192.168.7.2 or 192.168.7.0/24; may be repeated. "
-                   "Required unless the address to listen on is a loopback one; there it is 127.0.0.0/8")
+    app.add_option(
+           "--allow", options.allowed,
+           "A peer or network that may ask, such as 192.168.7.2 or 192.168.7.0/24; may be repeated. "
+           "Required unless the address to listen on is a loopback one; there they are 127.0.0.0/8 and ::1")
         ->allow_extra_args(false);
     CLI::Option* allowSet = app.add_flag("--allow-set", "Let peers write the parameters below the prefixes");
     CLI::Option* setPrefix =
@@ -86,7 +97,9 @@ void AddOptions(CLI::App& app, TOptions& options) {
     app.add_option("--listen", options.address, "Numeric address to listen on")->capture_default_str();
     AddAccessOptions(app, options);
     options.service.identity = TZeltoDataMapper::GetInstance()->MapClientIdToStr(ZELTO_REMOTE);
-    app.add_option("--identity", options.service.identity, "Name on the bus")->capture_default_str();
+    app.add_option("--identity", options.service.identity, "Name on the bus")
+        ->check(CheckIdentity)
+        ->capture_default_str();
     app.add_option("--bus", options.bus, "Address of the bus (default: the system bus)");
     app.add_option("-t,--timeout", options.service.timeoutSeconds, "Seconds to wait for the manager's answer")
         ->check(CLI::Range(1, LONGEST_TIMEOUT))
@@ -164,7 +177,7 @@ int main(int argc, char** argv) {
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
-        (void)std::fprintf(stderr, "zelto-remoted: %s\n", error.what());
+        Log(error.what());
         return 3;
     }
 }
