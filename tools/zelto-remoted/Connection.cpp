@@ -100,6 +100,7 @@ void TConnection::OnEndOfRequests() {
     }
 }
 
+// Answers why there is nothing else, and logs it.
 void TConnection::RefuseWith(const std::string& status) {
     Log(peer.Text() + ": " + status);
     Answer(Refuse(status));

@@ -41,17 +41,17 @@ public:
     // The request; to be taken once.
     std::string TakeRequest() { return reader.TakeText(); }
 
-    // Begins to send.
+    // Begins to send. An answer without a frame ends the connection without a word.
     void Answer(TAnswer newAnswer);
-    // Answers why there is nothing else, and logs it.
-    void RefuseWith(const std::string& status);
+    // At once.
+    void Close();
 
 private:
     bool Read();
     void OnEndOfRequests();
     void Send();
     void Drain();
-    void Close();
+    void RefuseWith(const std::string& status);
     void Enter(TState newState, std::chrono::milliseconds time);
 
     TUniqueFd socket;

@@ -63,7 +63,7 @@ TAnswer TManager::Ask(const TRequest& request) {
     try {
         Connect();
     } catch (const std::runtime_error& error) {
-        Log(std::string("cannot connect to the bus: ") + error.what());
+        Log("cannot connect to the bus: ", error.what());
         return Refuse("the bus of the manager cannot be reached");
     }
     return request.type == TRequest::SET_PARAM ? Set(request) : Get(request);

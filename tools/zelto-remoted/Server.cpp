@@ -1,10 +1,10 @@
 #include "Server.h"
 
-#include "Log.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <exception>
+#include <list>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
@@ -29,21 +29,40 @@ std::runtime_error SystemError(const std::string& what) {
     return std::runtime_error(what + ": " + std::strerror(errno));
 }
 
+// What goes wrong with one peer must not end the others.
+template <typename TWork>
+void Attempt(TConnection& connection, const TWork& work) {
+    try {
+        work();
+    } catch (const std::exception& error) {
+        Log("a connection failed: ", error.what());
+        connection.Close();
+    }
+}
+
 } // namespace
 
 // Where other threads leave what the server's thread sends.
 struct TServer::TAnswers {
+    // Answers with their connections. The place of one is made with its request, so that handing it over
+    // needs no memory.
+    using TList = std::list<std::pair<uint64_t, TAnswer>>;
+
     std::mutex mutex;
-    std::vector<std::pair<uint64_t, TAnswer>> ready;
+    TList ready;
     TUniqueFd event{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
 
-    void Put(uint64_t id, TAnswer answer) {
+    // Does nothing when the place has been used.
+    void Put(TList& place, TAnswer answer) {
         const std::lock_guard<std::mutex> lock(mutex);
-        ready.emplace_back(id, std::move(answer));
-        (void)!eventfd_write(event.Get(), 1); // fails only when the event is set already
+        if (!place.empty()) {
+            place.front().second = std::move(answer);
+            ready.splice(ready.end(), place);
+            (void)!eventfd_write(event.Get(), 1); // fails only when the event is set already
+        }
     }
 
-    std::vector<std::pair<uint64_t, TAnswer>> TakeAll() {
+    TList TakeAll() {
         const std::lock_guard<std::mutex> lock(mutex);
         eventfd_t ignored = 0;
         (void)eventfd_read(event.Get(), &ignored);
@@ -58,6 +77,7 @@ TServer::TServer(TServerOptions serverOptions, THandler requestHandler)
     if (!answers->event) {
         throw SystemError("eventfd");
     }
+    entries.reserve(FIXED_ENTRIES);
     Listen();
 }
 
@@ -81,12 +101,11 @@ void TServer::Listen() {
 
 void TServer::Run(int stopDescriptor) {
     while (true) {
-        std::vector<uint64_t> ids;
-        const std::vector<pollfd> entries = Wait(stopDescriptor, ids);
+        Wait(stopDescriptor);
         if (entries[STOP_ENTRY].revents != 0) {
             return;
         }
-        ServeReady(entries, ids);
+        ServeReady();
         DeliverAnswers();
         ExpireAndSweep();
         if (entries[LISTENER_ENTRY].revents != 0) {
@@ -109,10 +128,11 @@ int TServer::TimeToWait() const {
     return static_cast<int>(std::max<decltype(left)>(left, 0));
 }
 
-// `ids` receives the connections of the entries behind the fixed ones. One that waits for its answer is not
-// among them: there is nothing to do for it, not even when its peer is gone.
-std::vector<pollfd> TServer::Wait(int stopDescriptor, std::vector<uint64_t>& ids) {
-    std::vector<pollfd> entries(FIXED_ENTRIES);
+// A connection that waits for its answer is not polled: there is nothing to do for it, not even when its peer
+// is gone.
+void TServer::Wait(int stopDescriptor) {
+    entries.resize(FIXED_ENTRIES);
+    ids.clear();
     entries[STOP_ENTRY] = {stopDescriptor, POLLIN, 0};
     entries[ANSWER_ENTRY] = {answers->event.Get(), POLLIN, 0};
     entries[LISTENER_ENTRY] = {TClock::now() < acceptAgain ? -1 : listener.Get(), POLLIN, 0};
@@ -125,21 +145,27 @@ std::vector<pollfd> TServer::Wait(int stopDescriptor, std::vector<uint64_t>& ids
     if (poll(entries.data(), entries.size(), TimeToWait()) < 0 && errno != EINTR) {
         throw SystemError("poll");
     }
-    return entries;
 }
 
-void TServer::ServeReady(const std::vector<pollfd>& entries, const std::vector<uint64_t>& ids) {
+void TServer::ServeReady() {
     for (std::size_t index = 0; index < ids.size(); ++index) {
-        TConnection& connection = connections.at(ids[index]);
-        if (entries[FIXED_ENTRIES + index].revents != 0 && connection.OnReady()) {
-            HandOn(ids[index], connection);
+        if (entries[FIXED_ENTRIES + index].revents == 0) {
+            continue;
         }
+        TConnection& connection = connections.at(ids[index]);
+        Attempt(connection, [&] {
+            if (connection.OnReady()) {
+                HandOn(ids[index], connection);
+            }
+        });
     }
 }
 
 void TServer::HandOn(uint64_t id, TConnection& connection) {
+    auto place = std::make_shared<TAnswers::TList>();
+    place->emplace_back(id, TAnswer());
     handler(connection.Peer().Text(), connection.TakeRequest(),
-            [id, shared = answers](TAnswer answer) { shared->Put(id, std::move(answer)); });
+            [place, shared = answers](TAnswer answer) { shared->Put(*place, std::move(answer)); });
 }
 
 void TServer::DeliverAnswers() {
@@ -156,7 +182,7 @@ void TServer::ExpireAndSweep() {
     for (auto entry = connections.begin(); entry != connections.end();) {
         TConnection& connection = entry->second;
         if (connection.State() != TConnection::CLOSED && connection.Deadline() <= now) {
-            connection.OnDeadline();
+            Attempt(connection, [&connection] { connection.OnDeadline(); });
         }
         entry = connection.State() == TConnection::CLOSED ? connections.erase(entry) : std::next(entry);
     }
@@ -177,11 +203,15 @@ bool TServer::AcceptOne() {
     TUniqueFd peer(
         accept4(listener.Get(), reinterpret_cast<sockaddr*>(&address), &size, SOCK_NONBLOCK | SOCK_CLOEXEC));
     if (peer) {
-        Admit(std::move(peer), TAddress::From(address));
+        try {
+            Admit(std::move(peer), TAddress::From(address));
+        } catch (const std::exception& error) { // it is closed
+            Log("cannot serve a peer: ", error.what());
+        }
         return true;
     }
     if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-        Log(std::string("cannot accept a peer: ") + std::strerror(errno));
+        Log("cannot accept a peer: ", std::strerror(errno));
         acceptAgain = TClock::now() + ACCEPT_PAUSE;
         return false;
     }
@@ -193,7 +223,8 @@ bool TServer::AcceptOne() {
 // there is room for those who are, which is as much as for those who are served.
 void TServer::Admit(TUniqueFd socket, const TAddress& peer) {
     if (!IsInAny(options.allowed, peer)) {
-        TConnection(std::move(socket), peer, options.limits).RefuseWith("this peer is not allowed");
+        TConnection stranger(std::move(socket), peer, options.limits);
+        TurnAway(stranger, "this peer is not allowed");
         return;
     }
     std::size_t served = 0;
@@ -210,11 +241,23 @@ void TServer::Admit(TUniqueFd socket, const TAddress& peer) {
     if (connections.size() >= 2 * limits.connections || ofPeer >= 2 * limits.connectionsPerPeer) {
         return;
     }
+    entries.reserve(FIXED_ENTRIES + connections.size() + 1);
+    ids.reserve(connections.size() + 1);
     TConnection& connection =
         connections.emplace(++lastId, TConnection(std::move(socket), peer, limits)).first->second;
     if (served >= limits.connections || servedOfPeer >= limits.connectionsPerPeer) {
-        connection.RefuseWith("too many connections");
+        TurnAway(connection, "too many connections");
     }
+}
+
+void TServer::TurnAway(TConnection& connection, const std::string& status) {
+    Attempt(connection, [&] {
+        const std::string line = refusals.Take(connection.Peer().Text() + ": " + status, TClock::now());
+        if (!line.empty()) {
+            Log(line);
+        }
+        connection.Answer(Refuse(status));
+    });
 }
 
 } // namespace remoted

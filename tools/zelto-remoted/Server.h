@@ -4,6 +4,7 @@
 
 #include "Connection.h"
 #include "Limits.h"
+#include "Log.h"
 #include "Network.h"
 #include "Service.h"
 #include "UniqueFd.h"
@@ -28,7 +29,7 @@ struct TServerOptions {
 class TServer {
 public:
     // Has a request answered: calls the reply once, on any thread, or never. The reply may outlive the
-    // server.
+    // server. A handler that throws ends the connection.
     using THandler = std::function<void(const std::string& peer, const std::string& request, TReply reply)>;
 
     // Listens from now on. Throws std::runtime_error.
@@ -46,14 +47,15 @@ private:
 
     void Listen();
     int TimeToWait() const;
-    std::vector<pollfd> Wait(int stopDescriptor, std::vector<uint64_t>& ids);
-    void ServeReady(const std::vector<pollfd>& entries, const std::vector<uint64_t>& ids);
+    void Wait(int stopDescriptor);
+    void ServeReady();
     void HandOn(uint64_t id, TConnection& connection);
     void DeliverAnswers();
     void ExpireAndSweep();
     void AcceptAll();
     bool AcceptOne();
     void Admit(TUniqueFd socket, const TAddress& peer);
+    void TurnAway(TConnection& connection, const std::string& status);
 
     TServerOptions options;
     THandler handler;
@@ -61,6 +63,11 @@ private:
     std::shared_ptr<TAnswers> answers;
     TConnections connections;
     uint64_t lastId = 0;
+    // What is polled, and the connections of the entries behind the fixed ones. There is room for every
+    // connection that was admitted, so that serving them needs no memory here.
+    std::vector<pollfd> entries;
+    std::vector<uint64_t> ids;
+    TLineLimit refusals;
     TConnection::TClock::time_point acceptAgain; // not before, after descriptors have run out
 };
 

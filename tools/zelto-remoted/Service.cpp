@@ -19,8 +19,14 @@ constexpr std::size_t FILE_THREADS = 2;
 constexpr std::size_t LARGE_FILE = 65536;
 constexpr std::size_t MOST_LARGE_FILES = 16;
 
-void Finish(const std::string& peer, const std::string& what, TAnswer answer, const TReply& reply) {
-    Log(peer + " " + what + ": " + answer.status);
+void LogOutcome(const std::string& peer, const std::string& what, const TAnswer& answer) {
+    Log(peer + " " + what + ": ", answer.status);
+}
+
+void RefuseAtOnce(const std::string& peer, const std::string& what, const std::string& status,
+                  const TReply& reply) {
+    TAnswer answer = Refuse(status);
+    LogOutcome(peer, what, answer);
     reply(std::move(answer));
 }
 
@@ -30,9 +36,22 @@ TAnswer Attempt(const TWork& work) {
     try {
         return work();
     } catch (const std::exception& error) {
-        Log(std::string("a request failed: ") + error.what());
+        Log("a request failed: ", error.what());
         return Refuse("the request failed");
     }
+}
+
+// All that a worker does for a request, out of which nothing may come.
+template <typename TWork>
+void Perform(const std::string& peer, const TRequest& request, const TWork& work, const TReply& reply) {
+    TAnswer answer;
+    try {
+        answer = Attempt(work);
+        LogOutcome(peer, Describe(request), answer);
+    } catch (const std::exception& error) { // no memory for the refusal, or for the line
+        Log("a request failed: ", error.what());
+    }
+    reply(std::move(answer)); // without a frame it ends the connection: nobody is left waiting
 }
 
 } // namespace
@@ -55,9 +74,9 @@ void TService::Handle(const std::string& peer, const std::string& text, const TR
     TRequest request;
     const std::string fault = DecodeRequest(text, request);
     if (!fault.empty()) {
-        Finish(peer, "bad request", Refuse(fault), reply);
+        RefuseAtOnce(peer, "bad request", fault, reply);
     } else if (request.type == TRequest::SET_PARAM && !MaySet(request.name)) {
-        Finish(peer, Describe(request), Refuse("this parameter may not be set from here"), reply);
+        RefuseAtOnce(peer, Describe(request), "this parameter may not be set from here", reply);
     } else {
         Start(peer, request, reply);
     }
@@ -66,12 +85,14 @@ void TService::Handle(const std::string& peer, const std::string& text, const TR
 void TService::Start(const std::string& peer, const TRequest& request, const TReply& reply) {
     if (request.type == TRequest::GET_FILE) {
         fileWorkers.Post([this, peer, request, reply] {
-            Finish(peer, Describe(request), Attempt([&] { return ReadFile(request); }), reply);
+            Perform(
+                peer, request, [&] { return ReadFile(request); }, reply);
         });
         return;
     }
     managerWorkers.Post([this, peer, request, reply, arrival = TClock::now()] {
-        Finish(peer, Describe(request), Attempt([&] { return AskManager(request, arrival); }), reply);
+        Perform(
+            peer, request, [&] { return AskManager(request, arrival); }, reply);
     });
 }
 

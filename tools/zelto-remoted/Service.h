@@ -31,7 +31,7 @@ public:
     // Throws std::runtime_error when the folder of files is not there.
     explicit TService(const TServiceOptions& options);
 
-    // Calls `reply` once, at once or on another thread, or never after Stop.
+    // Calls `reply` once, at once or on another thread, or never after Stop or when it throws.
     void Handle(const std::string& peer, const std::string& text, const TReply& reply);
 
     // Returns whether everything in progress ended within the time.

@@ -5,12 +5,21 @@
 namespace remoted {
 
 TWorkerPool::TWorkerPool(std::size_t threadCount) {
-    for (std::size_t index = 0; index < threadCount; ++index) {
-        threads.emplace_back([this] { Work(); });
+    try {
+        for (std::size_t index = 0; index < threadCount; ++index) {
+            threads.emplace_back([this] { Work(); });
+        }
+    } catch (...) { // no more threads: those that there are must not outlive this object
+        End();
+        throw;
     }
 }
 
 TWorkerPool::~TWorkerPool() {
+    End();
+}
+
+void TWorkerPool::End() {
     (void)Stop(std::chrono::milliseconds(0)); // joining waits for the rest
     for (std::thread& thread : threads) {
         thread.join();

@@ -29,6 +29,7 @@ public:
 
 private:
     void Work();
+    void End();
 
     std::mutex mutex;
     std::condition_variable changed;

@@ -8,8 +8,10 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -76,6 +78,7 @@ protected:
     std::string address;
     std::string answer = remoted::Confirm().frame;
     bool answersAtOnce = true;
+    std::atomic<bool> lacksMemory{false};
     std::mutex mutex;
     std::vector<std::string> requests;
     std::vector<TReply> replies;
@@ -97,6 +100,9 @@ private:
     }
 
     void Handle(const std::string& request, const TReply& reply) {
+        if (lacksMemory) {
+            throw std::bad_alloc();
+        }
         const std::lock_guard<std::mutex> lock(mutex);
         requests.push_back(request);
         if (answersAtOnce) {
@@ -226,6 +232,26 @@ TEST_F(Server, IgnoresASecondReply) {
     EXPECT_EQ(client.ReadToEnd(), answer);
     Stop();
     Replies().at(0)({"", answer}); // nor does it need the server
+}
+
+TEST_F(Server, ClosesTheConnectionOfARequestThatItsHandlerThrowsFor) {
+    Start();
+    lacksMemory = true;
+    TTcpClient unlucky(address);
+    ASSERT_TRUE(unlucky.Send(WHOLE));
+    EXPECT_EQ(unlucky.ReadToEnd(), "");
+    lacksMemory = false;
+    TTcpClient next(address);
+    ASSERT_TRUE(next.Send(WHOLE));
+    EXPECT_EQ(next.ReadToEnd(), answer);
+}
+
+TEST_F(Server, ClosesWithoutAWordForAnEmptyAnswer) {
+    answer = "";
+    Start();
+    TTcpClient client(address);
+    ASSERT_TRUE(client.Send(WHOLE));
+    EXPECT_EQ(client.ReadToEnd(), "");
 }
 
 TEST_F(Server, TellsAPeerThatIsNotAllowed) {

@@ -7,11 +7,56 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <fstream>
 #include <future>
+#include <system_error>
+
+#include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 using remoted::TWorkerPool;
 using support::DEFAULT_TIMEOUT;
 using support::Eventually;
+
+namespace {
+
+// There is room for the stack of one more thread, not for those of two.
+class TRoomForOneThread {
+public:
+    TRoomForOneThread() {
+        (void)pthread_getattr_default_np(&formerStack);
+        pthread_attr_t large;
+        (void)pthread_attr_init(&large);
+        (void)pthread_attr_setstacksize(&large, STACK);
+        (void)pthread_setattr_default_np(&large);
+        (void)pthread_attr_destroy(&large);
+        (void)getrlimit(RLIMIT_AS, &formerSpace);
+        const rlimit space{AddressSpace() + STACK / 2 * 3, formerSpace.rlim_max};
+        (void)setrlimit(RLIMIT_AS, &space);
+    }
+    ~TRoomForOneThread() {
+        (void)setrlimit(RLIMIT_AS, &formerSpace);
+        (void)pthread_setattr_default_np(&formerStack);
+        (void)pthread_attr_destroy(&formerStack);
+    }
+    TRoomForOneThread(const TRoomForOneThread&) = delete;
+    TRoomForOneThread& operator=(const TRoomForOneThread&) = delete;
+
+private:
+    static constexpr std::size_t STACK = 512U << 20U;
+
+    static rlim_t AddressSpace() {
+        rlim_t pages = 0;
+        std::ifstream("/proc/self/statm") >> pages;
+        return pages * static_cast<rlim_t>(getpagesize());
+    }
+
+    pthread_attr_t formerStack;
+    rlimit formerSpace;
+};
+
+} // namespace
 
 TEST(WorkerPool, DoesEveryJob) {
     std::atomic<int> done{0};
@@ -50,4 +95,12 @@ TEST(WorkerPool, DropsWaitingJobsWhenItIsStopped) {
         EXPECT_TRUE(pool.Stop(DEFAULT_TIMEOUT));
     }
     EXPECT_TRUE(dropped);
+}
+
+TEST(WorkerPool, ThrowsWhenItCannotHaveAllItsThreads) {
+#ifdef ZELTO_EMULATED
+    GTEST_SKIP() << "an emulated process has no limit of its address space";
+#endif
+    const TRoomForOneThread room;
+    EXPECT_THROW(TWorkerPool(2), std::system_error);
 }
