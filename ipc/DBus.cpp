@@ -1,3 +1,4 @@
+#include "ipc/BusProbe.h"
 #include "ipc/DBusCalls.h"
 #include "ipc/DBusNames.h"
 #include "ipc/DBusPrivate.h"
@@ -80,11 +81,14 @@ DBusConnection* TZeltoDBus::CreateConnection(DBusBusType busType) {
 }
 
 void TZeltoDBus::Connect() {
+    const unsigned silences = own->silences;
     const std::lock_guard<std::mutex> lock(own->connecting);
     if (own->GetLink()) {
         return;
     }
-    if (ProbeBus() == TBusState::SILENT) {
+    // Whoever has waited for another thread that found the bus hanging does not ask it once more.
+    if (own->silences != silences || ProbeBus() == TBusState::SILENT) {
+        ++own->silences;
         Fail("dbus_bus_get_private - The bus does not answer.");
     }
     auto link = OpenLink(own->GetPlan());

@@ -1,5 +1,6 @@
 #include "ipc/DBusPrivate.h"
 
+#include "ipc/BusProbe.h"
 #include "ipc/DBusNames.h"
 #include "ipc/PartyThreads.h"
 #include "utils/Log.h"

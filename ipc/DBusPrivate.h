@@ -105,6 +105,7 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     std::shared_ptr<TPrivate> self; // until Close
     // One thread at a time connects. Never held while a thread is waited for.
     std::mutex connecting;
+    std::atomic<unsigned> silences{0}; // times that the bus was found hanging by a thread that was to connect
     // A run and its threads begin together and end together. Never held while a thread is waited for.
     std::mutex starting;
 

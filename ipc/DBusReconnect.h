@@ -2,8 +2,6 @@
 #ifndef ZELTO_IPC_DBUS_RECONNECT_H
 #define ZELTO_IPC_DBUS_RECONNECT_H
 
-#include <dbus/dbus.h>
-
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -11,15 +9,8 @@
 
 namespace zelto {
 
-// Remembers where the bus is, taken from a connection to it.
-void RememberBusAddress(DBusConnection* connection);
-enum class TBusState { ANSWERING, SILENT, ABSENT };
-// Opening a connection to a bus that hangs would never return, so this is asked first, with a limit of a
-// second. ANSWERING as long as no address is known.
-TBusState ProbeBus();
-
 // Repeats an attempt on a thread of its own until it succeeds, at intervals from 100 ms to 5 s. Not for use
-// by several threads at once, but for Nudge.
+// by several threads at once; Cancel alone waits, at most 2 s.
 class TReconnector {
 public:
     using TAttempt = std::function<bool()>;

@@ -145,8 +145,8 @@ ZELTO_C_BEGIN
  * but for want of threads, or of memory to start them: then nobody serves until the next call. Its entries
  * and its index maps are in force in either case. `table` must not be null.
  *
- * It takes as long as the script, without a limit. A bus that stops answering meanwhile is given up after
- * some 26 seconds; one that accepts the first connection of the process and says nothing is not.
+ * It takes as long as the script, without a limit. A bus that does not answer is given up after some 26
+ * seconds.
  */
 ZELTO_API void zeltoPlatformLibInit(const tZeltoPlatformLibTable* table);
 

@@ -44,14 +44,4 @@ TEST(Reconnector, TriesUntilAnAttemptSucceeds) {
     EXPECT_TRUE(support::Eventually([&] { return !reconnector.IsTrying(); }));
 }
 
-// A program that speaks for the bus can be started only, not connected to.
-TEST(ProbeBus, KnowsNoAddressOfABusThatIsReachedThroughAProgram) {
-    DBusConnection* const connection = dbus_connection_open_private("unixexec:path=/bin/cat", nullptr);
-    ASSERT_NE(nullptr, connection);
-    zelto::RememberBusAddress(connection);
-    EXPECT_EQ(zelto::TBusState::ANSWERING, zelto::ProbeBus());
-    dbus_connection_close(connection);
-    dbus_connection_unref(connection);
-}
-
 } // namespace
