@@ -1,9 +1,9 @@
 #include "ipc/ClientChannel.h"
 
+#include "ipc/DBusNames.h"
 #include "ipc/DispatchRun.h"
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 #include <poll.h>
@@ -30,7 +30,7 @@ constexpr std::chrono::milliseconds PATIENCE_OF_THE_STOPPED{50};
 TClientChannel::TClientChannel(TConnectionHandle ownedConnection)
     : connection(std::move(ownedConnection)), kick(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!kick) {
-        throw std::runtime_error("eventfd failed");
+        Fail("eventfd failed");
     }
     dbus_connection_set_wakeup_main_function(connection.get(), OnWakeUp, this, nullptr);
 }
@@ -217,7 +217,12 @@ void TClientChannel::LeadOnce(const TWaiter& waiter, TClock::time_point deadline
     if (IsDone(waiter) || lost) {
         return;
     }
-    Poll(isWhole ? deadline : std::min(deadline, TClock::now() + RETRY_INTERVAL));
+    if (isWhole) {
+        Poll(deadline);
+    } else {
+        // What is there to read would end a wait for it at once.
+        PauseForMemory(std::min(deadline, TClock::now() + RETRY_INTERVAL));
+    }
     Read();
     (void)Dispatch();
     if (!IsDone(waiter) && !lost) {
@@ -227,24 +232,32 @@ void TClientChannel::LeadOnce(const TWaiter& waiter, TClock::time_point deadline
 }
 
 void TClientChannel::Poll(TClock::time_point deadline) {
+    // Set before anything is looked at: whoever queues a message, or finds the connection lost, after that
+    // look sees it set and kicks.
+    polling = true;
     int fd = -1;
     if (dbus_connection_get_unix_fd(connection.get(), &fd) == FALSE) {
         lost = true;
-        return;
-    }
-    // Set before the queue is looked at: whoever queues a message after that look sees it set and kicks.
-    polling = true;
-    const auto events = static_cast<short>(HasUnsent() ? POLLIN | POLLOUT : POLLIN);
-    pollfd polled[] = {{fd, events, 0}, {kick.Get(), POLLIN, 0}};
-    const int ready = poll(polled, 2, PollTimeout(deadline));
-    polling = false;
-    if ((polled[0].revents & POLLOUT) != 0) {
+    } else if (PollFor(fd, static_cast<short>(HasUnsent() ? POLLIN | POLLOUT : POLLIN), deadline)) {
         ++readings;
     }
+    polling = false;
+}
+
+void TClientChannel::PauseForMemory(TClock::time_point deadline) {
+    polling = true;
+    (void)PollFor(-1, 0, deadline);
+    polling = false;
+}
+
+bool TClientChannel::PollFor(int fd, short events, TClock::time_point deadline) {
+    pollfd polled[] = {{fd, events, 0}, {kick.Get(), POLLIN, 0}};
+    const int ready = poll(polled, 2, PollTimeout(deadline));
     if (ready > 0 && polled[1].revents != 0) {
         eventfd_t ignored = 0;
         (void)eventfd_read(kick.Get(), &ignored);
     }
+    return (polled[0].revents & POLLOUT) != 0;
 }
 
 bool TClientChannel::CanReadOrSend() const {

@@ -73,6 +73,9 @@ private:
     bool WaitUntilSent(TClock::time_point deadline, const TRun* run);
     void LeadOnce(const TWaiter& waiter, TClock::time_point deadline);
     void Poll(TClock::time_point deadline);
+    void PauseForMemory(TClock::time_point deadline);
+    // True when there is room for what waits to be sent.
+    bool PollFor(int fd, short events, TClock::time_point deadline);
     bool CanReadOrSend() const;
     void Read();
     void ReadRest();

@@ -56,7 +56,7 @@ DBusMessage* TZeltoDBus::TBusMessage::operator()() const {
 }
 
 int TZeltoDBus::TBusMessage::GetType() const {
-    return dbus_message_get_type(message);
+    return message == nullptr ? DBUS_MESSAGE_TYPE_INVALID : dbus_message_get_type(message);
 }
 
 TZeltoDBus::TBusError::TBusError() : error() {

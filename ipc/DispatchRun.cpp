@@ -1,8 +1,8 @@
 #include "ipc/DispatchRun.h"
 
 #include "ipc/BusLink.h"
+#include "ipc/DBusNames.h"
 
-#include <stdexcept>
 #include <utility>
 
 #include <sys/eventfd.h>
@@ -18,7 +18,7 @@ thread_local TRun* runOfThisThread = nullptr;
 TRun::TRun(const void* runOwner, std::shared_ptr<TLead> partyLead)
     : owner(runOwner), wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), lead(std::move(partyLead)) {
     if (!wake) {
-        throw std::runtime_error("eventfd failed");
+        Fail("eventfd failed");
     }
 }
 

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdarg>
 #include <future>
@@ -24,6 +25,8 @@ const bool BUS_READY = TBusEnvironment::Register();
 
 thread_local std::vector<std::string>* appended = nullptr;
 thread_local int dispatchesWithoutMemory = 0;
+thread_local bool lacksMemory = false; // libdbus then reads nothing, so the socket stays readable
+std::atomic<int> failedDispatches{0};
 
 } // namespace
 
@@ -103,7 +106,15 @@ REPLACEMENT DBusDispatchStatus dbus_connection_dispatch(DBusConnection* connecti
         --dispatchesWithoutMemory;
         return DBUS_DISPATCH_NEED_MEMORY;
     }
+    if (lacksMemory) {
+        ++failedDispatches;
+        return DBUS_DISPATCH_NEED_MEMORY;
+    }
     return REAL(dbus_connection_dispatch)(connection);
+}
+
+REPLACEMENT dbus_bool_t dbus_connection_read_write(DBusConnection* connection, int timeout) {
+    return lacksMemory ? TRUE : REAL(dbus_connection_read_write)(connection, timeout);
 }
 
 TEST_F(Fault, OfAppendingTheRequestFailsTheCall) {
@@ -135,6 +146,20 @@ TEST_F(Fault, OfHandingOnTheAnswerIsTriedAgainBeforeTheTimeOut) {
     });
     ASSERT_EQ(std::future_status::ready, calling.wait_for(std::chrono::seconds(TIMEOUT / 2)));
     EXPECT_EQ(0, calling.get());
+}
+
+TEST_F(Fault, OfMemoryDoesNotMakeACallSpin) {
+    constexpr int ATTEMPTS = 100; // a tenth of a second apart they would take ten seconds
+    caller.Connect();
+    auto calling = std::async(std::launch::async, [this] {
+        lacksMemory = true;
+        TZeltoIpc::TMethodSettings settings{"SERVER", 1};
+        std::string result;
+        return caller.CallMethod("ECHO", "request", result, settings);
+    });
+    EXPECT_EQ(-1, calling.get());
+    EXPECT_LT(failedDispatches, ATTEMPTS);
+    Call();
 }
 
 TEST_F(Fault, OfAppendingTheDataFailsTheEvent) {

@@ -57,6 +57,8 @@ TEST(BusMessage, RefusesTheAssignmentOfANullMessageAndDropsWhatItHeld) {
         EXPECT_STREQ("DBusMessage pointer is NULL!", error.what());
     }
     EXPECT_EQ(1, frees);
+    EXPECT_EQ(nullptr, message());
+    EXPECT_EQ(DBUS_MESSAGE_TYPE_INVALID, message.GetType());
 }
 
 TEST(BusMessage, GivesItsPointerAndItsType) {
