@@ -5,6 +5,10 @@
 #include "utils/Log.h"
 #include "zelto/TZeltoDBus.h"
 
+#include <algorithm>
+
+#include <poll.h>
+
 namespace zelto {
 
 namespace {
@@ -13,6 +17,8 @@ using TBusError = TZeltoDBus::TBusError;
 
 // Files sent along with messages are closed with them; more than these at once are refused.
 constexpr long MAX_RECEIVED_FILES = 64;
+// Whoever stops the party waits for its last reply, but not for a bus that has not read for so long.
+constexpr int32_t STOPPED_FLUSH_MS = 50;
 
 void RequireStep(dbus_bool_t done, const char* function) {
     if (done == FALSE) {
@@ -58,6 +64,30 @@ TMessageHandle MakeMonitorRequest() {
 }
 
 } // namespace
+
+bool FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
+    TRun* const run = TRun::OfThisThread();
+    while (dbus_connection_has_messages_to_send(connection) != FALSE && TClock::now() < deadline) {
+        const bool isStopped = run != nullptr && run->IsStopping();
+        // A run that is stopped stays readable.
+        const int wakeFd = run == nullptr || isStopped ? -1 : run->GetWakeFd();
+        pollfd polled[] = {{-1, POLLOUT, 0}, {wakeFd, POLLIN, 0}};
+        if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
+            return false;
+        }
+        const auto patience = isStopped ? std::min(deadline, DeadlineAfter(STOPPED_FLUSH_MS)) : deadline;
+        const int ready = poll(polled, 2, PollTimeout(patience));
+        if (ready > 0 && run != nullptr && polled[1].revents != 0) {
+            run->ClearWake(); // the next turn looks at the link anyway
+        } else if (ready == 0 && run != nullptr && run->IsInterrupted()) {
+            return false;
+        }
+        if (dbus_connection_read_write(connection, 0) == FALSE) {
+            return false;
+        }
+    }
+    return dbus_connection_has_messages_to_send(connection) == FALSE;
+}
 
 TConnectionHandle OpenConnection(DBusBusType busType) {
     TBusError error;

@@ -140,6 +140,8 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
     const bool wasRunning = running;
     if (wasRunning) {
         Stop();
+    } else {
+        own->AwaitStopped(); // a callback that has stopped the party may be on the connection still
     }
     try {
         own->TakeIdentity(localIdentity);
@@ -158,6 +160,7 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
 void TZeltoDBus::Run() {
     own->RequireOwnProcess();
     if (monitor && !running) {
+        own->AwaitStopped();
         own->DropDeadLink();
     }
     const auto link = own->GetLinkFor(monitor);
@@ -166,7 +169,7 @@ void TZeltoDBus::Run() {
         // Nothing may be sent on a monitor, nor may a connection that is being dispatched wait for the bus.
         own->RenewLink(monitor);
     } else if (monitor) {
-        BecomeMonitor();
+        own->MonitorFromNowOn();
     }
     own->StartThreads();
 }
@@ -192,4 +195,6 @@ void TZeltoDBus::Stop() {
         stopped = TakeThreads(threads);
     }
     JoinOrLeave(stopped);
+    own->AwaitStopped(); // a callback of that other run may have stopped it, and so taken its own thread
+                         // along
 }

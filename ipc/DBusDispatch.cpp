@@ -20,8 +20,6 @@ namespace {
 constexpr int32_t REPLY_FLUSH_MS = 2000;
 // Where an earlier one has not left in that time, so that not every caller has to wait for it.
 constexpr int32_t LATER_REPLY_FLUSH_MS = 50;
-// Whoever stops the party waits for its last reply, but not for a bus that has not read for so long.
-constexpr int32_t STOPPED_FLUSH_MS = 50;
 // How often an idle party looks at what has arrived on its client connection unasked.
 constexpr int32_t DRAIN_INTERVAL_MS = 5000;
 constexpr int32_t BUSY_DRAIN_INTERVAL_MS = 20;
@@ -48,31 +46,6 @@ public:
 private:
     TIncoming* const outer;
 };
-
-// Waits, at most until the deadline, for the queued messages to leave; what is left leaves with later turns.
-// Once the run is stopped there may be none: then it waits as long as the bus goes on reading.
-void FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
-    TRun* const run = TRun::OfThisThread();
-    while (dbus_connection_has_messages_to_send(connection) != FALSE && TClock::now() < deadline) {
-        const bool isStopped = run != nullptr && run->IsStopping();
-        // A run that is stopped stays readable.
-        const int wakeFd = run == nullptr || isStopped ? -1 : run->GetWakeFd();
-        pollfd polled[] = {{-1, POLLOUT, 0}, {wakeFd, POLLIN, 0}};
-        if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
-            return;
-        }
-        const auto patience = isStopped ? std::min(deadline, DeadlineAfter(STOPPED_FLUSH_MS)) : deadline;
-        const int ready = poll(polled, 2, PollTimeout(patience));
-        if (ready > 0 && run != nullptr && polled[1].revents != 0) {
-            run->ClearWake(); // the next turn looks at the link anyway
-        } else if (ready == 0 && run != nullptr && run->IsInterrupted()) {
-            return;
-        }
-        if (dbus_connection_read_write(connection, 0) == FALSE) {
-            return;
-        }
-    }
-}
 
 // Not a constant: the analysis of clang must not think that an exception always leaves.
 void LogUnknownException() {
@@ -216,6 +189,13 @@ void TZeltoDBus::Reply(DBusMessage* call, const std::string& result, int code) {
     if (connection == nullptr || dbus_connection_get_outgoing_size(connection) > MAX_WAITING_BYTES) {
         throw std::runtime_error("dbus_connection_send failed");
     }
+    if (monitor && own->IsMonitor(connection)) {
+        // Its handler has made the party a monitor, which may not send: the bus has told the caller.
+        if (isIncoming) {
+            incoming->isAnswered = true;
+        }
+        return;
+    }
     const char* const member = dbus_message_get_member(call);
     // A failure must be answered without memory as well, or its caller would wait for the time-out.
     const std::string fault = TextFault("result", member == nullptr ? "" : member, result);
@@ -236,5 +216,5 @@ void TZeltoDBus::Reply(DBusMessage* call, const std::string& result, int code) {
     if (isIncoming) {
         incoming->isAnswered = true;
     }
-    FlushBounded(connection, DeadlineAfter(isBehind ? LATER_REPLY_FLUSH_MS : REPLY_FLUSH_MS));
+    (void)FlushBounded(connection, DeadlineAfter(isBehind ? LATER_REPLY_FLUSH_MS : REPLY_FLUSH_MS));
 }

@@ -17,6 +17,8 @@ namespace {
 
 // How often a party without a link makes sure that somebody tries to get one.
 constexpr int LINK_INTERVAL_MS = 5000;
+// How long what a connection has to send may hold up the next question to the bus.
+constexpr int32_t LAST_FLUSH_MS = 1000;
 
 // The party is to have the name that it had, and not the one that it wanted: the bus may have given that, and
 // only its answer is lost. What goes wrong is logged; the caller hears of the first failure. A bus that hangs
@@ -92,6 +94,9 @@ TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::RequireLink(const char* fai
     }
     {
         const std::lock_guard<std::mutex> lock(mutex);
+        if (party == nullptr) {
+            Fail(failure); // the process ends, and the party is gone
+        }
         if (isLost) {
             KeepReconnecting();
             reconnector.Nudge();
@@ -176,15 +181,17 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
     TPosition position = GetPosition();
     const TLinkRef kept = position.link;
     const std::string formerName = position.plan.busName;
-    const bool canRename = kept && !kept->isMonitor;
-    if (canRename && ProbeBus() == TBusState::SILENT) {
+    const bool maySend = kept && !kept->isMonitor;
+    if (maySend && ProbeBus() == TBusState::SILENT) {
         Fail("dbus_bus_release_name - The bus does not answer.");
     }
+    const bool canRename = maySend && FlushBounded(kept->server.get(), DeadlineAfter(LAST_FLUSH_MS));
     try {
         if (canRename) {
             party->ReleaseBusName();
         } else {
-            // A monitor may not send, and a lost link must not come back under the old name meanwhile.
+            // A monitor may not send, nor a connection on which the bus does not read; and a lost link must
+            // not come back under the old name meanwhile.
             SetLink(nullptr);
             party->Connect();
         }
@@ -209,6 +216,20 @@ void TZeltoDBus::TPrivate::RenewLink(bool asMonitor) {
     TLinkPlan wanted = GetPlan();
     wanted.monitor = asMonitor;
     SetLink(OpenWholeLink(wanted));
+}
+
+bool TZeltoDBus::TPrivate::IsMonitor(DBusConnection* connection) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return link && link->server.get() == connection && link->isMonitor;
+}
+
+void TZeltoDBus::TPrivate::MonitorFromNowOn() {
+    const TLinkRef current = GetLinkFor(true);
+    if (current && !FlushBounded(current->server.get(), DeadlineAfter(LAST_FLUSH_MS))) {
+        RenewLink(true);
+    } else {
+        party->BecomeMonitor();
+    }
 }
 
 void TZeltoDBus::TPrivate::DropDeadLink() {
@@ -274,7 +295,7 @@ bool TZeltoDBus::TPrivate::TryReconnect() {
     TLinkRef fresh;
     try {
         fresh = ProbeBus() == TBusState::ANSWERING ? OpenWholeLink(wanted) : nullptr;
-    } catch (const std::exception&) {
+    } catch (const std::runtime_error&) {
         // Already logged; the bus may not be ready yet.
     }
     if (!fresh) {

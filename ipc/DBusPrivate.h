@@ -54,6 +54,10 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     void TakeIdentity(const std::string& identity);
     // Replaces the link by a fresh one, with the name, that no dispatch thread has seen before it is whole.
     void RenewLink(bool asMonitor);
+    // Makes the link a monitor, or replaces it by one when the bus does not read what is left on it.
+    void MonitorFromNowOn();
+    // The party's link uses the connection, and has become a monitor: nothing may be sent on it.
+    bool IsMonitor(DBusConnection* connection);
     // Gives the link up when the bus has closed it without anybody noticing. Only while no thread dispatches.
     void DropDeadLink();
     // The link is dead: gives it up, if it still is the party's, and starts to get another one.

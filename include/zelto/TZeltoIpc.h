@@ -2,6 +2,10 @@
 // who serves which method, which server answers which method, and the dispatch threads.
 //
 // Each process has one transport object that all users of the library in it share: getZeltoIpcInstance().
+//
+// A child that was forked off a process whose transport object is connected or runs has none of its threads
+// and shares its sockets: there every call of that object throws std::runtime_error. So daemon() comes before
+// Init. libdbus sets SIGPIPE to be ignored whenever it connects; programs that this one starts inherit it.
 #ifndef ZELTO_IPC_H
 #define ZELTO_IPC_H
 
@@ -48,7 +52,7 @@ public:
 
     struct TMethodSettings {
         std::string serverId; // the server to call; empty: as SetMethodServerId says
-        int32_t timeout = 0;  // time-out of this call, in seconds; -1: the default of the party
+        int32_t timeout = 0;  // time-out of this call, in seconds; 0 does not wait; -1: the party's default
     };
 
     // Names of the presence events of a party in monitor mode. Their data is the other party's identity.
@@ -67,8 +71,14 @@ public:
     // not beginning with a digit, at most 200 characters. Throws std::runtime_error when the bus refuses or
     // the identity is not valid; the party is then as it was before. A running party whose threads cannot be
     // started again, for want of memory or of threads, is silent until the next Init, under whatever name.
+    //
+    // Waits for the bus, some 26 s when it hangs, and for a callback in progress as Stop does. Not to be
+    // called by two threads at once. From then on the bus queues every party's events for this one: a party
+    // that stays without dispatch threads in the end keeps the bus from reading what others send.
     virtual void Init(const std::string& localIdentity);
-    // Starts the dispatch threads and returns.
+    // Starts the dispatch threads and returns; called again it starts as many more. In monitor mode it waits
+    // for the bus, at most 25 s. Throws std::runtime_error when the bus refuses the monitor, or no thread,
+    // descriptor or memory is to be had.
     virtual void Run();
     // Registers a listener for all events; the name is not looked at. A listener is registered once however
     // often it is added. Any thread, callbacks included.
@@ -81,12 +91,15 @@ public:
     // Returns when the handler is not running and will not be called again (unless called by the handler
     // itself).
     virtual void RemoveMethodHandler(const std::string& method);
-    // Sends an event to every party, this one included. Any thread. Throws std::runtime_error when it cannot
-    // be sent.
+    // Sends an event to every party, this one included. The name has 1 to 255 letters, digits and '_', no
+    // digit first; the data are UTF-8 of at most 16 MiB and end at a NUL. Any thread. Waits a second at most
+    // for a bus that does not read. Throws std::runtime_error when it cannot be sent.
     virtual void SendEvent(const std::string& eventName, const std::string& eventData) = 0;
     // Calls a method of the server that SetMethodServerId names for it, and blocks until the answer or the
-    // time-out. Returns the server's code; -1 also when there is no server, no answer in time, or an error
-    // answer, with `result` as it was. Any thread. Throws std::runtime_error when the call cannot be sent.
+    // time-out; the method and the request are as an event's name and data. The first call or event of a
+    // party that Init has not connected does so: that takes up to 25 s more on a bus that hangs. Returns the
+    // server's code; -1 also when there is no server, no answer in time, or an error answer, with `result` as
+    // it was. Any thread. Throws std::runtime_error when the call cannot be sent.
     virtual int CallMethod(const std::string& method, const std::string& request, std::string& result) = 0;
     // The same with a server and a time-out for this call.
     virtual int CallMethod(const std::string& method, const std::string& request, std::string& result,
@@ -96,6 +109,7 @@ public:
     // Stops the dispatch threads and waits for them, a callback in progress included, which must not wait for
     // the caller; a call that the callback has under way ends with -1. On a dispatch thread it does not wait
     // for that thread itself.
+    // Its connections stay: what Init says of a party without dispatch threads holds until the next Run.
     virtual void Stop();
 
     // To be called before Run; takes no lock.

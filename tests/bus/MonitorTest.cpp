@@ -318,3 +318,22 @@ TEST_F(Monitor, IsAMonitorOnceTheBusIsBackWhenItWasToBecomeOneMeanwhile) {
     ASSERT_TRUE(LogSpy::WaitForPart(5, "WATCHER' is back."));
     ShowMarker("ARRIVAL");
 }
+
+// Its answer would end the connection: a monitor may not send.
+TEST_F(Monitor, GivesNoAnswerToTheCallWhoseHandlerMadeItOne) {
+    THandler handler([this](const std::string& /*request*/, std::string& /*result*/) {
+        party.Configure({1, 10, true});
+        party.Stop();
+        party.Run();
+        return 0;
+    });
+    party.Configure({1, 10, false});
+    party.AddMethodHandler("WATCH", &handler);
+    party.Init("WATCHER");
+    party.Run();
+    TRawPeer client(BusAddress());
+    const auto answer = client.Call(PartyTarget("WATCHER", "WATCH"), TRawArguments{});
+    EXPECT_TRUE(!answer || answer->IsError());
+    ShowMarker("ARRIVAL");
+    EXPECT_EQ(0U, LogSpy::CountPart(3, "is lost."));
+}

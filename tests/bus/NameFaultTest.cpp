@@ -16,6 +16,7 @@ namespace {
 thread_local std::function<void()> beforeMatch;
 thread_local int namesWithoutMemory = 0;
 thread_local bool hangsAtName = false;
+thread_local DBusConnection* clogged = nullptr; // the bus does not read what is left on it
 
 class NameFault : public Fault {};
 
@@ -60,6 +61,10 @@ REPLACEMENT int dbus_bus_request_name(DBusConnection* connection, const char* na
         return -1;
     }
     return answer;
+}
+
+REPLACEMENT dbus_bool_t dbus_connection_has_messages_to_send(DBusConnection* connection) {
+    return connection == clogged ? TRUE : REAL(dbus_connection_has_messages_to_send)(connection);
 }
 
 TEST_F(NameFault, OfReleasingTheNameKeepsIt) {
@@ -120,4 +125,30 @@ TEST_F(NameFault, OfInitKeepsTheNameFromAConnectionThatIsBeingMade) {
     hasFailed.set_value();
     connecting.join();
     EXPECT_TRUE(Eventually([] { return HasOwner("FORMER"); }));
+}
+
+// libdbus would wait without a limit for what is left to leave.
+TEST_F(NameFault, OfAConnectionThatTheBusDoesNotReadIsMadeUpForByANewOne) {
+    clogged = server.party.serverConnection;
+    server.party.Init("NEW");
+    EXPECT_NE(clogged, server.party.serverConnection);
+    clogged = nullptr;
+    EXPECT_TRUE(HasOwner("NEW"));
+    EXPECT_FALSE(HasOwner("SERVER"));
+    EXPECT_TRUE(Answers("NEW"));
+}
+
+TEST_F(NameFault, OfAConnectionThatTheBusDoesNotReadDoesNotKeepAPartyFromMonitoring) {
+    TEventLog events;
+    TAccessParty monitor;
+    monitor.Configure({1, 10, true});
+    monitor.AddEventLstener("", &events);
+    monitor.Init("WATCHER");
+    clogged = monitor.serverConnection;
+    monitor.Run();
+    EXPECT_NE(clogged, monitor.serverConnection);
+    clogged = nullptr;
+    const auto arrival = MakeRawServer("ARRIVAL", nullptr);
+    EXPECT_TRUE(events.WaitFor({"APP_CONNECTED", "ARRIVAL"}));
+    monitor.Stop();
 }

@@ -9,6 +9,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <future>
+
+#include <poll.h>
 #include <unistd.h>
 
 using namespace busparty;
@@ -300,6 +304,34 @@ TEST(Disconnect, MayBeFollowedByAConnect) {
     party.Connect();
     EXPECT_TRUE(party.connected);
     EXPECT_EQ("com.Ulmet.Zelto." + std::to_string(getpid()), party.busName);
+}
+
+// The callback may still answer on the connection that Init asks the bus on.
+TEST(Init, WaitsForACallbackThatHasStoppedTheParty) {
+    TAccessParty party;
+    std::promise<void> stopped;
+    std::atomic<bool> isLeft{false};
+    THandler handler([&](const std::string& /*request*/, std::string& /*result*/) {
+        party.Stop();
+        stopped.set_value();
+        (void)poll(nullptr, 0, 300); // as long as an Init that does not wait would take, and much more
+        isLeft = true;
+        return 0;
+    });
+    party.AddMethodHandler("STOP", &handler);
+    party.Init("OLD");
+    party.Run();
+    TAccessParty caller;
+    auto calling = std::async(std::launch::async, [&caller] {
+        TZeltoIpc::TMethodSettings settings{"OLD", 10};
+        std::string result;
+        return caller.CallMethod("STOP", "", result, settings);
+    });
+    stopped.get_future().wait();
+    party.Init("NEW");
+    EXPECT_TRUE(isLeft);
+    EXPECT_EQ(0, calling.get());
+    EXPECT_TRUE(HasOwner("NEW"));
 }
 
 TEST(CreateConnection, GivesAConnectionOfItsOwnThatSurvivesALostBus) {
