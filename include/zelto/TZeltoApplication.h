@@ -8,9 +8,9 @@
 //     }
 //
 // Requests block the calling thread until the manager has answered or the time-out has passed. They may be
-// made on several threads at once, and from observers. They return 0 on success, -1 when the manager refused,
-// did not answer or is not there, and 3 when the request could not be sent (the reason is in the log). Unless
-// stated otherwise, outputs are written on success only.
+// made on several threads at once, and from observers, once the first Initialize has returned. They return 0
+// on success, -1 when the manager refused, did not answer or is not there, and 3 when the request could not
+// be sent (the reason is in the log). Unless stated otherwise, outputs are written on success only.
 #ifndef ZELTO_APPLICATION_H
 #define ZELTO_APPLICATION_H
 

@@ -14,8 +14,9 @@
  *
  * Every call that returns int blocks its thread until the manager has answered: a local call at most for the
  * time-out of the party (60 seconds, unless configured), one to a peer without a limit. Such calls may be
- * made on any thread, on several at once, and from callbacks; they take no lock of their own. They return one
- * of the codes below. On every code but ZELTO_APP_OK the record and the arrays on it keep what they held.
+ * made on any thread, on several at once, and from callbacks, once the first zeltoAppLibInit... has returned;
+ * they take no lock of their own. They return one of the codes below. On every code but ZELTO_APP_OK the
+ * record and the arrays on it keep what they held.
  *
  * Names and values are UTF-8. Other bytes cannot be carried: the call logs the name, up to the first such
  * byte when it is in the name itself, and returns ZELTO_APP_NOT_SENT. A text that is cut to fit into a record
