@@ -19,6 +19,7 @@ using TBusError = TZeltoDBus::TBusError;
 constexpr long MAX_RECEIVED_FILES = 64;
 // Whoever stops the party waits for its last reply, but not for a bus that has not read for so long.
 constexpr int32_t STOPPED_FLUSH_MS = 50;
+constexpr int32_t RETRY_INTERVAL_MS = 100;
 
 void RequireStep(dbus_bool_t done, const char* function) {
     if (done == FALSE) {
@@ -75,7 +76,12 @@ bool FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
         if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
             return false;
         }
-        const auto patience = isStopped ? std::min(deadline, DeadlineAfter(STOPPED_FLUSH_MS)) : deadline;
+        auto patience = isStopped ? std::min(deadline, DeadlineAfter(STOPPED_FLUSH_MS)) : deadline;
+        if (dbus_connection_get_dispatch_status(connection) == DBUS_DISPATCH_NEED_MEMORY) {
+            // libdbus sends nothing then, and the room for it would end the wait at once.
+            polled[0].fd = -1;
+            patience = std::min(patience, DeadlineAfter(RETRY_INTERVAL_MS));
+        }
         const int ready = poll(polled, 2, PollTimeout(patience));
         if (ready > 0 && run != nullptr && polled[1].revents != 0) {
             run->ClearWake(); // the next turn looks at the link anyway
@@ -87,6 +93,14 @@ bool FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
         }
     }
     return dbus_connection_has_messages_to_send(connection) == FALSE;
+}
+
+bool MayAskBus(DBusConnection* connection, TClock::time_point deadline) {
+    // What libdbus has sent may still wait in the socket, where there must be room for the question as well.
+    pollfd polled{-1, POLLOUT, 0};
+    return FlushBounded(connection, deadline) &&
+           dbus_connection_get_unix_fd(connection, &polled.fd) != FALSE &&
+           poll(&polled, 1, PollTimeout(deadline)) > 0;
 }
 
 TConnectionHandle OpenConnection(DBusBusType busType) {

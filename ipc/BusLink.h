@@ -33,6 +33,8 @@ struct TLinkPlan {
 // Once the run of a dispatch thread is stopped there may be none: then it waits as long as the bus goes on
 // reading. False when something is left.
 bool FlushBounded(DBusConnection* connection, TClock::time_point deadline);
+// Waits, at most until the deadline, until the bus has read so much that a question can leave at once.
+bool MayAskBus(DBusConnection* connection, TClock::time_point deadline);
 
 // A private connection to the bus, with the extra reference and exit-on-disconnect off. Throws
 // std::runtime_error.
@@ -42,8 +44,8 @@ std::shared_ptr<TBusLink> OpenLink(const TLinkPlan& plan);
 // The same, with the name and in monitor mode as planned.
 std::shared_ptr<TBusLink> OpenWholeLink(const TLinkPlan& plan);
 
-// These wait for the bus on the server connection: only while no thread dispatches it, and with nothing left
-// to be sent, for which libdbus would wait without a limit. Throw std::runtime_error.
+// These wait for the bus on the server connection: only while no thread dispatches it, and when the bus
+// may be asked, for which libdbus would wait without a limit. Throw std::runtime_error.
 void RequestBusName(DBusConnection* connection, const std::string& busName);
 void RequestMonitoring(TBusLink& link);
 

@@ -25,6 +25,7 @@ namespace {
 // Where libdbus looks for the system bus when it is told nothing. Elsewhere the first connection is opened
 // without having asked.
 constexpr const char* USUAL_ADDRESS = "unix:path=/run/dbus/system_bus_socket";
+constexpr const char* ADDRESS_VARIABLE = "DBUS_SYSTEM_BUS_ADDRESS";
 constexpr std::chrono::milliseconds LIMIT{1000};
 constexpr std::chrono::milliseconds FIRST_LIMIT{25000};
 constexpr int FULL_QUEUE_INTERVAL_MS = 10;
@@ -135,9 +136,19 @@ TPlace PlaceOf(DBusAddressEntry* entry) {
     return place;
 }
 
-// Where the first connection will be made, if that is one place only.
+// As libdbus, which does not believe the environment of a program that has more rights than its caller. Where
+// it is not certain what libdbus does, nothing is known.
+bool IsEnvironmentTrusted() {
+    return getuid() == geteuid() && getgid() == getegid() &&
+           std::getenv(ADDRESS_VARIABLE) == secure_getenv(ADDRESS_VARIABLE);
+}
+
+// Where connections are made, if that is one place only.
 TPlace ConfiguredPlace() {
-    const char* const configured = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    if (!IsEnvironmentTrusted()) {
+        return {};
+    }
+    const char* const configured = std::getenv(ADDRESS_VARIABLE);
     const bool isConfigured = configured != nullptr && *configured != '\0';
     DBusAddressEntry** entries = nullptr;
     int count = 0;
@@ -149,15 +160,26 @@ TPlace ConfiguredPlace() {
     return place;
 }
 
-} // namespace
-
-void RememberBusAddress(DBusConnection* connection) {
+// A program that speaks for the bus has no place.
+TPlace PeerOf(DBusConnection* connection) {
     int fd = -1;
     TPlace place;
     place.length = sizeof(place.address);
-    if (dbus_connection_get_socket(connection, &fd) == FALSE ||
-        getpeername(fd, reinterpret_cast<sockaddr*>(&place.address), &place.length) != 0 ||
-        place.length <= sizeof(place.address.ss_family)) { // a program that speaks for the bus has no address
+    const bool isKnown = dbus_connection_get_socket(connection, &fd) != FALSE &&
+                         getpeername(fd, reinterpret_cast<sockaddr*>(&place.address), &place.length) == 0 &&
+                         place.length > sizeof(place.address.ss_family);
+    return isKnown ? place : TPlace{};
+}
+
+} // namespace
+
+void RememberBusAddress(DBusConnection* connection) {
+    // What the bus calls its socket may be another name than the one under which it is reached here.
+    TPlace place = ConfiguredPlace();
+    if (place.length == 0) {
+        place = PeerOf(connection);
+    }
+    if (place.length == 0) {
         return;
     }
     TBusAddress& known = KnownBusAddress();

@@ -6,7 +6,7 @@
 
 namespace zelto {
 
-// Remembers where the bus is, taken from a connection to it.
+// Remembers where the bus is: where the system bus is configured to be, else where the connection leads.
 void RememberBusAddress(DBusConnection* connection);
 
 enum class TBusState { ANSWERING, SILENT, ABSENT };

@@ -86,9 +86,11 @@ void TZeltoDBus::Connect() {
     if (own->GetLink()) {
         return;
     }
+    const TPrivate::TConnectScope scope(*own);
     // Whoever has waited for another thread that found the bus hanging does not ask it once more.
-    if (own->silences != silences || ProbeBus() == TBusState::SILENT) {
-        ++own->silences;
+    const bool isSilent = own->silences == silences && ProbeBus() == TBusState::SILENT;
+    own->silences += isSilent ? 1 : 0;
+    if (own->silences != silences) {
         Fail("dbus_bus_get_private - The bus does not answer.");
     }
     auto link = OpenLink(own->GetPlan());

@@ -21,14 +21,16 @@ constexpr int32_t LAST_FLUSH_MS = 1000;
 // is not asked again.
 bool TakeBack(TBusLink& link, const std::string& wanted, const std::string& former) {
     try {
-        if (ProbeBus() != TBusState::ANSWERING) {
+        DBusConnection* const server = link.server.get();
+        if (ProbeBus() != TBusState::ANSWERING || !MayAskBus(server, DeadlineAfter(LAST_FLUSH_MS))) {
             return false;
         }
-        if (wanted != former && !wanted.empty()) {
-            (void)dbus_bus_release_name(link.server.get(), wanted.c_str(), nullptr);
+        if (wanted != former && !wanted.empty() &&
+            dbus_bus_release_name(server, wanted.c_str(), nullptr) < 0) {
+            return false;
         }
         if (!former.empty()) {
-            RequestBusName(link.server.get(), former);
+            RequestBusName(server, former);
         }
         return true;
     } catch (const std::exception&) {
@@ -64,7 +66,7 @@ void TZeltoDBus::TPrivate::TakeIdentity(const std::string& identity) {
     if (maySend && ProbeBus() == TBusState::SILENT) {
         Fail("dbus_bus_release_name - The bus does not answer.");
     }
-    const bool canRename = maySend && FlushBounded(kept->server.get(), DeadlineAfter(LAST_FLUSH_MS));
+    const bool canRename = maySend && MayAskBus(kept->server.get(), DeadlineAfter(LAST_FLUSH_MS));
     try {
         if (canRename) {
             party->ReleaseBusName();
@@ -99,7 +101,7 @@ void TZeltoDBus::TPrivate::RenewLink(bool asMonitor) {
 
 void TZeltoDBus::TPrivate::MonitorFromNowOn() {
     const TLinkRef current = GetLinkFor(true);
-    if (current && !FlushBounded(current->server.get(), DeadlineAfter(LAST_FLUSH_MS))) {
+    if (current && !MayAskBus(current->server.get(), DeadlineAfter(LAST_FLUSH_MS))) {
         RenewLink(true);
     } else {
         party->BecomeMonitor();

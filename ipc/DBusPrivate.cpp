@@ -70,9 +70,11 @@ TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::RequireLink(const char* fai
     if (current) {
         return current;
     }
+    TZeltoDBus* owner = nullptr;
     {
         const std::lock_guard<std::mutex> lock(mutex);
-        if (party == nullptr) {
+        owner = party;
+        if (owner == nullptr) {
             Fail(failure); // the process ends, and the party is gone
         }
         if (isLost) {
@@ -81,7 +83,7 @@ TZeltoDBus::TPrivate::TLinkRef TZeltoDBus::TPrivate::RequireLink(const char* fai
             Fail(failure);
         }
     }
-    party->Connect();
+    owner->Connect();
     current = GetLink();
     if (!current) {
         Fail(failure);
@@ -228,13 +230,15 @@ bool TZeltoDBus::TPrivate::TryReconnect() {
     return true;
 }
 
-bool TZeltoDBus::TPrivate::HasStoppedLoop() const {
+bool TZeltoDBus::TPrivate::InterruptStoppedLoops() const {
+    bool found = false;
     for (const TLoop* loop = loops; loop != nullptr; loop = loop->next) {
         if (loop->run.IsStopping()) {
-            return true;
+            loop->run.Interrupt();
+            found = true;
         }
     }
-    return false;
+    return found;
 }
 
 void TZeltoDBus::TPrivate::AwaitStopped() {
@@ -243,12 +247,7 @@ void TZeltoDBus::TPrivate::AwaitStopped() {
         return;
     }
     std::unique_lock<std::mutex> lock(mutex);
-    for (const TLoop* loop = loops; loop != nullptr; loop = loop->next) {
-        if (loop->run.IsStopping()) {
-            loop->run.Interrupt();
-        }
-    }
-    loopEnded.wait(lock, [this] { return !HasStoppedLoop(); });
+    loopEnded.wait(lock, [this] { return !InterruptStoppedLoops(); });
 }
 
 void TZeltoDBus::TPrivate::Close() {
@@ -268,6 +267,17 @@ void TZeltoDBus::TPrivate::Resume(const std::function<void()>& start) {
         party->identity.clear();
         party->running = true;
         throw;
+    }
+}
+
+TZeltoDBus::TPrivate::TConnectScope::TConnectScope(TPrivate& connectingParty) : party(connectingParty) {
+    party.process = getpid();
+}
+
+TZeltoDBus::TPrivate::TConnectScope::~TConnectScope() {
+    const std::lock_guard<std::mutex> lock(party.mutex);
+    if (!party.link && !party.isLost && !party.run) {
+        party.process = 0;
     }
 }
 

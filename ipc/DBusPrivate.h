@@ -83,6 +83,18 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
         zelto::TRun& run;
         TLoop* next;
     };
+    // A thread that connects, for the length of a scope: a child that is forked off meanwhile gets a copy of
+    // what this thread holds, and is not free to begin.
+    class TConnectScope {
+    public:
+        explicit TConnectScope(TPrivate& connectingParty);
+        ~TConnectScope();
+        TConnectScope(const TConnectScope&) = delete;
+        TConnectScope& operator=(const TConnectScope&) = delete;
+
+    private:
+        TPrivate& party;
+    };
     // Waits for the callbacks that are in progress in stopped runs, those too that have stopped their own,
     // and ends the calls that they have under way. Does nothing on a dispatch thread of this party.
     void AwaitStopped();
@@ -132,9 +144,10 @@ private:
     bool TryReconnect();
     void ShowLink();
     void ShowNames();
-    bool HasStoppedLoop() const;
+    // The mutex is held. Whether there are any.
+    bool InterruptStoppedLoops() const;
 
-    std::atomic<pid_t> process{0}; // that made the connections or the threads; 0 while there are none
+    std::atomic<pid_t> process{0}; // that makes the connections or the threads; 0 while there are none
     std::mutex mutex;              // guards everything below, and the party's members that show it
     TZeltoDBus* party;
     TLinkRef link;

@@ -77,8 +77,8 @@ public:
     // that stays without dispatch threads in the end keeps the bus from reading what others send.
     virtual void Init(const std::string& localIdentity);
     // Starts the dispatch threads and returns; called again it starts as many more. In monitor mode it waits
-    // for the bus, at most 25 s. Throws std::runtime_error when the bus refuses the monitor, or no thread,
-    // descriptor or memory is to be had.
+    // for the bus as Init does, and for a callback that has stopped the party. Throws std::runtime_error when
+    // the bus refuses the monitor, or no thread, descriptor or memory is to be had.
     virtual void Run();
     // Registers a listener for all events; the name is not looked at. A listener is registered once however
     // often it is added. Any thread, callbacks included.

@@ -7,6 +7,9 @@
 #include <thread>
 #include <utility>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 using namespace busparty;
 using namespace faults;
 using namespace support;
@@ -17,6 +20,8 @@ thread_local std::function<void()> beforeMatch;
 thread_local int namesWithoutMemory = 0;
 thread_local bool hangsAtName = false;
 thread_local DBusConnection* clogged = nullptr; // the bus does not read what is left on it
+thread_local DBusConnection* full = nullptr;    // nor what is left in its socket, which has no room
+thread_local int endOfFullPipe = -1;
 
 class NameFault : public Fault {};
 
@@ -65,6 +70,14 @@ REPLACEMENT int dbus_bus_request_name(DBusConnection* connection, const char* na
 
 REPLACEMENT dbus_bool_t dbus_connection_has_messages_to_send(DBusConnection* connection) {
     return connection == clogged ? TRUE : REAL(dbus_connection_has_messages_to_send)(connection);
+}
+
+REPLACEMENT dbus_bool_t dbus_connection_get_unix_fd(DBusConnection* connection, int* fd) {
+    if (connection == full) {
+        *fd = endOfFullPipe;
+        return TRUE;
+    }
+    return REAL(dbus_connection_get_unix_fd)(connection, fd);
 }
 
 TEST_F(NameFault, OfReleasingTheNameKeepsIt) {
@@ -135,6 +148,24 @@ TEST_F(NameFault, OfAConnectionThatTheBusDoesNotReadIsMadeUpForByANewOne) {
     clogged = nullptr;
     EXPECT_TRUE(HasOwner("NEW"));
     EXPECT_FALSE(HasOwner("SERVER"));
+    EXPECT_TRUE(Answers("NEW"));
+}
+
+TEST_F(NameFault, OfAFullSocketIsMadeUpForByANewConnection) {
+    DBusConnection* const former = server.party.serverConnection;
+    int ends[2] = {-1, -1};
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC | O_NONBLOCK));
+    const std::string piece(4096, 'x');
+    while (write(ends[1], piece.data(), piece.size()) > 0) {
+    }
+    endOfFullPipe = ends[1];
+    full = former;
+    server.party.Init("NEW");
+    full = nullptr;
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_NE(former, server.party.serverConnection);
+    EXPECT_TRUE(HasOwner("NEW"));
     EXPECT_TRUE(Answers("NEW"));
 }
 

@@ -7,7 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstddef>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <future>
@@ -132,6 +134,25 @@ TEST(ProbeBus, KnowsNoAddressOfABusThatIsReachedThroughAProgram) {
     EXPECT_EQ(TBusState::ANSWERING, Probe(address));
     dbus_connection_close(connection);
     dbus_connection_unref(connection);
+}
+
+// Such as the socket of a bus that is bound into a container under another name. From here on the address is
+// known, so this test is the last one.
+TEST(ProbeBus, AsksWhereTheBusIsReachedNotWhereItListens) {
+    const support::TTempDir directory;
+    const TListener bus(directory.File("outside"));
+    ASSERT_EQ(0, std::rename(directory.File("outside").c_str(), directory.File("inside").c_str()));
+    const std::string address = "unix:path=" + directory.File("inside");
+    DBusConnection* const connection = dbus_connection_open_private(address.c_str(), nullptr);
+    ASSERT_NE(nullptr, connection);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
+    zelto::RememberBusAddress(connection);
+    dbus_connection_close(connection);
+    dbus_connection_unref(connection);
+    bus.Answer(); // that one
+    auto probe = StartProbe(address);
+    bus.Answer();
+    EXPECT_EQ(TBusState::ANSWERING, probe.get());
 }
 
 } // namespace
