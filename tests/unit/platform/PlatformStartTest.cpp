@@ -23,6 +23,7 @@ using scripted::THelperScript;
 const bool BUS_READY = support::TBusEnvironment::Register();
 
 constexpr int ERROR = 3;
+constexpr int NOTICE = 5;
 constexpr int DEBUG = 7;
 constexpr const char* HELPER_FAILED = "\"Can't run Zelto Manager with command - zelto_manager_helper.sh\"";
 
@@ -103,6 +104,15 @@ TEST_F(PlatformStart, LogsAHelperThatFails) {
     const THelperScript helper("exit 3");
     Start({});
     EXPECT_EQ(LogSpy::Count(ERROR, HELPER_FAILED), 1U);
+}
+
+TEST_F(PlatformStart, TellsOfAnIndexMapFileWithoutDataModels) {
+    const THelperScript helper("exit 0");
+    const TIndexMapsKeeper keeper;
+    const std::string file = helper.Directory().Write("maps.json", "{}");
+    Start({}, file.c_str());
+    EXPECT_TRUE(rootVector.empty());
+    EXPECT_EQ(LogSpy::Count(NOTICE, "\"The index map file " + file + " holds no data model\""), 1U);
 }
 
 TEST_F(PlatformStart, AddsEntriesAndRepeatsItsStepsWhenCalledAgain) {
