@@ -13,7 +13,7 @@ namespace remoted {
 
 namespace {
 
-// O_LARGEFILE for the call that the C library does not make: a file that is too large is to be found so.
+// O_LARGEFILE and stat64: a file that is too large, or has a large inode, is to be found so on 32 bits, too.
 constexpr int FILE_FLAGS = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_LARGEFILE;
 constexpr int MOST_LINKS = 40; // as the kernel has it
 constexpr int MOST_TRIES = 8;  // of a path in which something is renamed all the time
@@ -73,8 +73,8 @@ bool TWalk::Follow(int link) {
 
 bool TWalk::Enter(const std::string& component) {
     TUniqueFd next(openat(Folder(), component.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status {};
-    if (!next || fstat(next.Get(), &status) != 0) {
+    struct stat64 status {};
+    if (!next || fstat64(next.Get(), &status) != 0) {
         return false;
     }
     if (S_ISLNK(status.st_mode)) {

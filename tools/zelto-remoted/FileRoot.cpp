@@ -84,14 +84,14 @@ std::string TFileRoot::Read(const std::string& name, std::string& content) const
     if (!file) {
         return Explain(errno);
     }
-    struct stat status {};
-    if (fstat(file.Get(), &status) != 0) {
+    struct stat64 status {};
+    if (fstat64(file.Get(), &status) != 0) {
         return Explain(errno);
     }
     if (!S_ISREG(status.st_mode)) {
         return "not a regular file";
     }
-    if (status.st_size > static_cast<off_t>(MAX_BLOB_SIZE)) {
+    if (status.st_size > static_cast<off64_t>(MAX_BLOB_SIZE)) {
         return TOO_LARGE;
     }
     if (!ReadAll(file.Get(), content)) {
