@@ -6,12 +6,15 @@
 #include "zelto/TZeltoJsonObject.h"
 #include "zelto/ZeltoPlatformNames.h"
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
 #include <stdexcept>
 #include <utility>
+
+#include <unistd.h>
 
 static_assert(sizeof(tZeltoNameIndexPairs) == 2300, "the layout of a record is binary interface");
 static_assert(sizeof(DataModelNameIndexPairs) == 9200, "the layout of the array is binary interface");
@@ -177,9 +180,11 @@ bool LoadIndexMapFile(const char* path) {
         return false;
     }
     if (!file.LoadFile(path)) {
+        // A manager may always name a file that need not be there.
+        const bool isMissing = ::access(path, F_OK) != 0 && errno == ENOENT;
         qvLogging_log(
-            LOG_LEVEL_ERROR,
-            "\"The index map file %s is missing or no JSON: the built-in maps stay in force, or those "
+            isMissing ? LOG_LEVEL_NOTICE : LOG_LEVEL_ERROR,
+            "\"The index map file %s cannot be read as JSON: the built-in maps stay in force, or those "
             "of an earlier file\"",
             path);
         return false;

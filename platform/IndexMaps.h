@@ -9,7 +9,7 @@ namespace zelto {
 // where each pair is an application index and a platform index. Returns whether the tables were replaced; a
 // line at notice level names a file without data models, which empties them. They stay as they are for a null
 // path, and, with one line at error level that names the file, for
-// - a file that is missing or is no JSON;
+// - a file that cannot be read as JSON (at notice level when nothing is there: it may be an optional one);
 // - a number that does not convert, an element that is no single pair, more than ZELTO_INDEX_MAP_MODELS data
 //   models and more than ZELTO_INDEX_MAP_PAIRS pairs in one.
 // Throws nothing but std::bad_alloc. Readers take no lock, so it is to be called while no request is worked

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <sstream>
 
+#include <unistd.h>
+
 namespace {
 
 using TInstanceNames = std::unordered_map<std::string, std::string>;
@@ -48,6 +50,18 @@ protected:
 
     std::string Write(const std::string& text) const { return directory.Write("index.json", text); }
     bool Load(const std::string& text) const { return zelto::LoadIndexMapFile(Write(text).c_str()); }
+
+    // The one line names the file.
+    void ExpectUnread(const std::string& path, int level) const {
+        LogSpy::Clear();
+        EXPECT_FALSE(zelto::LoadIndexMapFile(path.c_str())) << path;
+        const std::string line = "\"The index map file " + path +
+                                 " cannot be read as JSON: the built-in maps stay in force, or those of an "
+                                 "earlier file\"";
+        EXPECT_TRUE(LogSpy::Contains(level, line)) << line << "\n" << LogSpy::Dump();
+        EXPECT_EQ(LogSpy::Messages().size(), 1U) << path;
+        before.ExpectInForce();
+    }
 
     // The file is refused with a line that names it and the fault.
     void ExpectRefused(const std::string& text, const std::string& fault) const {
@@ -279,20 +293,20 @@ TEST_F(IndexMapFile, IsRefusedWithAnElementThatIsNoSinglePair) {
     }
 }
 
-TEST_F(IndexMapFile, LeavesTheTablesWhenItIsMissingOrNoJson) {
+TEST_F(IndexMapFile, LeavesTheTablesWhenItCannotBeReadAsJson) {
+    const std::string link = directory.File("loop.json");
+    ASSERT_EQ(symlink("loop.json", link.c_str()), 0);
     for (const std::string& path :
-         {std::string(), directory.File("missing.json"), directory.Path(), directory.Write("empty.json", ""),
-          directory.Write("text.json", "not json"),
+         {directory.Path(), link, directory.Write("empty.json", ""), directory.Write("text.json", "not json"),
           directory.Write("tail.json", OneModel(R"([{"1": "2"}])") + "tail")}) {
-        LogSpy::Clear();
-        EXPECT_FALSE(zelto::LoadIndexMapFile(path.c_str())) << path;
-        EXPECT_TRUE(LogSpy::Contains(zelto::LOG_LEVEL_ERROR,
-                                     "\"The index map file " + path +
-                                         " is missing or no JSON: the built-in maps stay in force, or those "
-                                         "of an earlier file\""))
-            << path;
-        EXPECT_EQ(LogSpy::Messages().size(), 1U) << path;
-        before.ExpectInForce();
+        ExpectUnread(path, zelto::LOG_LEVEL_ERROR);
+    }
+}
+
+// A manager may always name a file that need not be there.
+TEST_F(IndexMapFile, IsNoErrorWhenNothingIsThere) {
+    for (const std::string& path : {std::string(), directory.File("missing.json")}) {
+        ExpectUnread(path, zelto::LOG_LEVEL_NOTICE);
     }
 }
 
