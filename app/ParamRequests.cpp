@@ -5,7 +5,7 @@
 #include "protocol/RequestNames.h"
 #include "zelto/TZeltoApplication.h"
 
-#include <stdexcept>
+#include <new>
 #include <utility>
 
 namespace {
@@ -25,7 +25,7 @@ bool IsObject(TZeltoJsonObject& document) {
 // Fails without memory. A document that is no object has no properties and stays as it is.
 void SetParams(TZeltoJsonObject& document, zelto::TJsonHandle entries) {
     if (document.SetJsonObject(zelto::KEY_PARAMS, entries.release()) != 0 && IsObject(document)) {
-        throw std::runtime_error("cannot set the key PARAMS");
+        throw std::bad_alloc();
     }
 }
 

@@ -15,9 +15,10 @@ namespace {
 
 constexpr unsigned int WHOLE_PROPERTY = ~0U;
 
+// Only a want of memory makes it fail, that for the object before it included.
 void SetNew(json_t* object, const char* key, TJsonHandle value) {
     if (json_object_set_new(object, key, value.release()) != 0) {
-        throw std::runtime_error(std::string("cannot set the key ") + key);
+        throw std::bad_alloc();
     }
 }
 
@@ -113,7 +114,7 @@ void AppendEntry(TJsonHandle& array, TJsonHandle entry) {
         array.reset(json_array());
     }
     if (json_array_append_new(array.get(), entry.release()) != 0) {
-        throw std::runtime_error("cannot append to a JSON array");
+        throw std::bad_alloc();
     }
 }
 

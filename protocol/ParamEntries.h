@@ -31,7 +31,8 @@ json_t* ElementAt(const json_t* array, std::size_t index);
 // The integer, 0 for any other kind and for null.
 int IntegerValue(const json_t* value);
 
-// Appends an entry; the array is created for the first one, so that an empty list stays null.
+// Appends an entry; the array is created for the first one, so that an empty list stays null. Throws
+// std::bad_alloc when memory runs out.
 void AppendEntry(TJsonHandle& array, TJsonHandle entry);
 
 // The value under a key of the body, of any kind; borrowed, null when missing.

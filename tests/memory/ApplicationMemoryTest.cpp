@@ -245,6 +245,34 @@ TEST_F(ApplicationWithoutMemory, FillsALongRecord) {
     });
 }
 
+TZeltoJsonObject EmptyObject() {
+    const TSpared own;
+    return TZeltoJsonObject();
+}
+
+// A want of memory is not reported as a text that is not UTF-8, and leaves the document as it was.
+TEST(ParamArrayToJson, WritesAllOrThrowsBadAllocWithoutMemory) {
+    memory::Install();
+    const TParams params{{NAME, "the first of all values"}, {"Device.WiFi.SSID.2.SSID", "b"}};
+    const auto write = [&params] {
+        TZeltoJsonObject json = EmptyObject();
+        TOutcome outcome = "0 ";
+        try {
+            App().ParamArrayToJson(params, json);
+        } catch (const std::bad_alloc&) {
+            outcome = "without ";
+        } catch (const std::exception&) {
+            outcome = "0 with another exception ";
+        }
+        const TSpared own;
+        const std::string text = json.EncodeToString();
+        return outcome == "without " && text != "{}" ? "0 half " + text : outcome + text;
+    };
+    TWithoutMemory(write, R"(0 {"PARAMS": [{"NAME": "Device.WiFi.SSID.1.SSID", "VALUE": "the first of all )"
+                          R"(values"}, {"NAME": "Device.WiFi.SSID.2.SSID", "VALUE": "b"}]})")
+        .Examine();
+}
+
 TEST_F(ApplicationWithoutMemory, GetsParamsOfAPeer) {
     ExamineRemote(PARAMS, "", [] {
         TOwned<tZeltoParamRemoteRequest, ReleaseParamRemote> request;
