@@ -7,6 +7,7 @@
 #include <list>
 #include <mutex>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include <sys/eventfd.h>
@@ -21,6 +22,7 @@ using TClock = TConnection::TClock;
 constexpr int ACCEPTED_AT_ONCE = 64;
 constexpr int SEND_BUFFER = 65536; // or the kernel would keep a whole large answer for each slow peer
 constexpr std::chrono::milliseconds ACCEPT_PAUSE{100};
+constexpr std::chrono::milliseconds MEMORY_PAUSE{10};
 
 // The entries of a poll before those of the connections.
 enum TFixedEntry : std::size_t { STOP_ENTRY, ANSWER_ENTRY, LISTENER_ENTRY, FIXED_ENTRIES };
@@ -31,11 +33,11 @@ std::runtime_error SystemError(const std::string& what) {
 
 // What goes wrong with one peer must not end the others.
 template <typename TWork>
-void Attempt(TConnection& connection, const TWork& work) {
+void Attempt(TConnection& connection, TLineLimit& failures, const TWork& work) {
     try {
         work();
     } catch (const std::exception& error) {
-        Log("a connection failed: ", error.what());
+        failures.Log("a connection failed: ", error.what());
         connection.Close();
     }
 }
@@ -142,9 +144,13 @@ void TServer::Wait(int stopDescriptor) {
             ids.push_back(id);
         }
     }
-    if (poll(entries.data(), entries.size(), TimeToWait()) < 0 && errno != EINTR) {
+    if (poll(entries.data(), entries.size(), TimeToWait()) >= 0 || errno == EINTR) {
+        return;
+    }
+    if (errno != ENOMEM) {
         throw SystemError("poll");
     }
+    std::this_thread::sleep_for(MEMORY_PAUSE); // nothing is ready: it looks again
 }
 
 void TServer::ServeReady() {
@@ -153,7 +159,7 @@ void TServer::ServeReady() {
             continue;
         }
         TConnection& connection = connections.at(ids[index]);
-        Attempt(connection, [&] {
+        Attempt(connection, failures, [&] {
             if (connection.OnReady()) {
                 HandOn(ids[index], connection);
             }
@@ -182,7 +188,7 @@ void TServer::ExpireAndSweep() {
     for (auto entry = connections.begin(); entry != connections.end();) {
         TConnection& connection = entry->second;
         if (connection.State() != TConnection::CLOSED && connection.Deadline() <= now) {
-            Attempt(connection, [&connection] { connection.OnDeadline(); });
+            Attempt(connection, failures, [&connection] { connection.OnDeadline(); });
         }
         entry = connection.State() == TConnection::CLOSED ? connections.erase(entry) : std::next(entry);
     }
@@ -206,12 +212,12 @@ bool TServer::AcceptOne() {
         try {
             Admit(std::move(peer), TAddress::From(address));
         } catch (const std::exception& error) { // it is closed
-            Log("cannot serve a peer: ", error.what());
+            failures.Log("cannot serve a peer: ", error.what());
         }
         return true;
     }
     if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
-        Log("cannot accept a peer: ", std::strerror(errno));
+        failures.Log("cannot accept a peer: ", std::strerror(errno));
         acceptAgain = TClock::now() + ACCEPT_PAUSE;
         return false;
     }
@@ -251,7 +257,7 @@ void TServer::Admit(TUniqueFd socket, const TAddress& peer) {
 }
 
 void TServer::TurnAway(TConnection& connection, const std::string& status) {
-    Attempt(connection, [&] {
+    Attempt(connection, failures, [&] {
         const std::string line = refusals.Take(connection.Peer().Text() + ": " + status, TClock::now());
         if (!line.empty()) {
             Log(line);

@@ -68,6 +68,7 @@ private:
     std::vector<pollfd> entries;
     std::vector<uint64_t> ids;
     TLineLimit refusals;
+    TLineLimit failures;
     TConnection::TClock::time_point acceptAgain; // not before, after descriptors have run out
 };
 

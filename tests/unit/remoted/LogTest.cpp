@@ -35,3 +35,13 @@ TEST(LineLimit, SaysNothingOfLinesLeftOutWhereThereAreNone) {
     (void)limit.Take("first", START);
     EXPECT_EQ(limit.Take("second", START + milliseconds(1000)), "second");
 }
+
+TEST(LineLimit, LogsWhatItPasses) {
+    TLineLimit limit;
+    testing::internal::CaptureStderr();
+    limit.Log("failed: ", "first", START);
+    limit.Log("failed: ", "second", START);
+    limit.Log("failed: ", "third", START + milliseconds(1000));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "zelto-remoted: failed: first\nzelto-remoted: failed: third (1 lines left out)\n");
+}

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <memory>
 #include <mutex>
 #include <new>
@@ -17,6 +18,7 @@
 #include <thread>
 #include <vector>
 
+#include <poll.h>
 #include <sys/eventfd.h>
 
 using remoted::TAnswer;
@@ -38,7 +40,23 @@ TLimits LongTimes() {
     return limits;
 }
 
+// How many of the next polls of a server fail, as for want of the kernel's memory.
+std::atomic<int> failingPolls{0};
+
 } // namespace
+
+extern "C" {
+int __real_poll(pollfd* entries, nfds_t count, int timeout);
+int __wrap_poll(pollfd* entries, nfds_t count, int timeout) {
+    const bool isServers = count >= 3; // those of the tests' clients are of one
+    if (isServers && failingPolls > 0) {
+        --failingPolls;
+        errno = ENOMEM;
+        return -1;
+    }
+    return __real_poll(entries, count, timeout);
+}
+}
 
 class Server : public testing::Test {
 protected:
@@ -244,6 +262,15 @@ TEST_F(Server, ClosesTheConnectionOfARequestThatItsHandlerThrowsFor) {
     TTcpClient next(address);
     ASSERT_TRUE(next.Send(WHOLE));
     EXPECT_EQ(next.ReadToEnd(), answer);
+}
+
+TEST_F(Server, LooksAgainWhenThereIsNoMemoryToWait) {
+    failingPolls = 2;
+    Start();
+    TTcpClient client(address);
+    ASSERT_TRUE(client.Send(WHOLE));
+    EXPECT_EQ(client.ReadToEnd(), answer);
+    EXPECT_EQ(failingPolls, 0);
 }
 
 TEST_F(Server, ClosesWithoutAWordForAnEmptyAnswer) {
