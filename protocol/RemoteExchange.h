@@ -12,8 +12,9 @@
 namespace zelto {
 
 // Returns false when there is no connection, else true, whether or not all of the request was sent and
-// whatever came back. `response` becomes what came of the text once both lengths have come and are right, and
-// `*blob` gets their size and what came of the data; else they stay as they were. A null `blob` reads none.
+// whatever came back. Once both lengths have come and that of the text is 1 to 4096, `response` becomes what
+// came of the text, and `*blob` gets the announced size, if that is 1 to 1048575, and what came of the data;
+// else they stay as they were. A null `blob` reads none.
 // Nothing but the connecting is limited in time. Failures are logged; the network never makes it throw.
 bool ExchangeWithPeer(const std::string& request, const std::string& address, std::string& response,
                       std::vector<char>* blob);

@@ -104,8 +104,8 @@ public:
     // Reads the parameters of `root` that `params` names (full paths); the list is replaced by the answer.
     int GetObject(const std::string& root, std::vector<TZeltoAppParam>& params);
     // Writes parameters of `root` (full paths): one call of the manager's handler gets them all, also when
-    // the list is empty, and succeeds or fails as a whole. The handler gets the first 255 bytes of each
-    // value, which is no failure, and does not get `commit`.
+    // the list is empty, and succeeds or fails as a whole. Of each name and value the handler gets at most
+    // the first 255 bytes, whole characters, which is no failure; it does not get `commit`.
     int SetObject(const std::string& root, const std::vector<TZeltoAppParam>& params, bool commit);
 
     // The pairs (number seen by applications, number used by the platform) of every table that has its own
@@ -126,9 +126,10 @@ public:
     // there, or zeros where it grew.
     int GetFileRemote(const std::string& address, const std::string& fileName, std::vector<char>& fileData);
     // One exchange: sends a JSON text, receives one and, into `blob` unless null, the data behind it. Returns
-    // whether there was a connection, not whether all of the request was sent. `response` is untouched when
-    // the lengths in front of the answer did not come or are wrong; else it is the text as far as it came,
-    // maybe "".
+    // whether there was a connection, not whether all of the request was sent. When both lengths in front of
+    // the answer have come and that of the text is 1 to 4096, `response` becomes the text as far as it came,
+    // maybe "", and `*blob` gets the size announced for it if that is 1 to 1048575; what does not come of the
+    // data stays as it was there, or zeros. Else they are untouched.
     bool PerformRemoteRequest(const std::string& request, const std::string& address, std::string& response,
                               std::vector<char>* blob);
 

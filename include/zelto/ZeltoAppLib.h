@@ -131,8 +131,8 @@ ZELTO_API int zeltoAppLibGetObject(tZeltoObjectRequest* request);
 
 /*
  * Writes parameters of the object `request->name`: one call of the manager's handler gets them all, also when
- * the array is empty, and succeeds or fails as a whole. The handler gets the first 255 bytes of each value,
- * which is no failure, and does not get `commit`.
+ * the array is empty, and succeeds or fails as a whole. Of each name and value the handler gets at most the
+ * first 255 bytes, whole characters, which is no failure; it does not get `commit`.
  */
 ZELTO_API int zeltoAppLibSetObject(tZeltoObjectRequest* request, bool commit);
 

@@ -73,8 +73,9 @@ typedef struct tZeltoPlatformRequestDescr {
 typedef struct tZeltoPlatformRequest {
     char name[ZELTO_TEXT_SIZE]; /* the entry's handlerName, always terminated */
     /*
-     * The name, always terminated; a longer one is cut to 255 bytes, with an error line. Get and set: in
-     * platform numbering. Add, delete and get object ids: as it was given, for the ids without its "@".
+     * The name, always terminated; a longer one is cut to at most 255 bytes, whole characters, with an error
+     * line. Get and set: in platform numbering. Add, delete and get object ids: as it was given, for the ids
+     * without its "@".
      */
     char paramName[ZELTO_TEXT_SIZE];
     int32_t indexCount; /* number of instance numbers in the name */
@@ -87,7 +88,7 @@ typedef struct tZeltoPlatformRequest {
      */
     char value[ZELTO_TEXT_SIZE];
     /*
-     * Set: the whole value, of any length; it belongs to the library.
+     * Set: the whole value, of any length; it belongs to the library. The handler may change it in place.
      * Get: the handler may store a text here that it allocated with malloc. It is used instead of `value`,
      * and the library frees it, also when the handler fails.
      */
@@ -95,10 +96,13 @@ typedef struct tZeltoPlatformRequest {
     bool commit; /* set: the request's commit flag */
 } tZeltoPlatformRequest;
 
-/* One parameter of an object request. */
+/*
+ * One parameter of an object request. Its texts are always terminated; longer ones are cut to at most 255
+ * bytes, whole characters, and an error line tells of the first one of the request that is cut.
+ */
 typedef struct tZeltoPlatformObjectParam {
-    char paramName[ZELTO_TEXT_SIZE]; /* the name in platform numbering, always terminated, cut as above */
-    char value[ZELTO_TEXT_SIZE];     /* set: the value, likewise; get: empty, for the handler */
+    char paramName[ZELTO_TEXT_SIZE]; /* the name in platform numbering */
+    char value[ZELTO_TEXT_SIZE];     /* set: the value; get: empty, for the handler */
     int32_t indexCount;
     int32_t* indices; /* this name's instance numbers; null when there are none */
 } tZeltoPlatformObjectParam;
@@ -106,7 +110,7 @@ typedef struct tZeltoPlatformObjectParam {
 /* The record of the get-object and set-object handlers. */
 typedef struct tZeltoPlatformObjectRequest {
     char name[ZELTO_TEXT_SIZE];      /* the entry's handlerName, always terminated */
-    char paramName[ZELTO_TEXT_SIZE]; /* the root in platform numbering, likewise */
+    char paramName[ZELTO_TEXT_SIZE]; /* the root in platform numbering, cut as other names */
     int32_t indexCount;
     int32_t* indices;   /* the root's instance numbers; null when there are none */
     int32_t paramCount; /* number of elements */
