@@ -170,7 +170,8 @@ int WriteBlob(const TGlobals& globals, const TRemoteOptions& options, const std:
 }
 
 // What does not come of a file leaves the blob as it was, and nothing else tells. So its last byte has come
-// if it is not the one that stood there; a file that ends in that one is fetched once more over another.
+// if it is not the one that stood there; a file that ends in that one is fetched once more over another. One
+// that ends in 255 and is rewritten in between to end in 0 is taken for cut off.
 int FetchFile(const TGlobals& globals, const TRemoteOptions& options, TExchange& exchange) {
     for (const char filler : {'\xff', '\0'}) {
         exchange = NewExchange(options, "file", "GET_FILE", options.arguments.at(0));
