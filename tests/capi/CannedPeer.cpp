@@ -1,11 +1,12 @@
 #include "capi/CannedPeer.h"
 
+#include "support/TcpPeer.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -14,7 +15,6 @@ namespace capi {
 
 namespace {
 
-constexpr std::uint16_t PORT = 42042;
 constexpr int BOUND_MS = 10000;
 
 std::string Number(std::size_t value) {
@@ -29,9 +29,8 @@ bool IsWhole(const std::string& request) {
 
 } // namespace
 
-TCannedPeer::TCannedPeer() {
-    Listen();
-    if (pipe(stopPipe) != 0) {
+TCannedPeer::TCannedPeer() : listener(support::TakeLoopbackAddress(true, address)) {
+    if (pipe2(stopPipe, O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
     thread = std::thread([this] { Serve(); });
@@ -58,35 +57,13 @@ std::vector<std::string> TCannedPeer::Requests() const {
     return requests;
 }
 
-void TCannedPeer::Listen() {
-    listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    const int on = 1;
-    setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
-    // Tests run in parallel: the first free address from a place that differs from process to process.
-    const auto start = static_cast<std::uint32_t>(getpid()) % 60000U;
-    for (std::uint32_t i = 0; i < 1000; ++i) {
-        sockaddr_in local = {};
-        local.sin_family = AF_INET;
-        local.sin_port = htons(PORT);
-        local.sin_addr.s_addr = htonl(0x7F4D0001U + (start + i) % 65000U);
-        if (bind(listener, reinterpret_cast<const sockaddr*>(&local), sizeof(local)) == 0 &&
-            listen(listener, 8) == 0) {
-            char text[INET_ADDRSTRLEN] = "";
-            inet_ntop(AF_INET, &local.sin_addr, text, sizeof(text));
-            address = text;
-            return;
-        }
-    }
-    throw std::runtime_error("no free loopback address");
-}
-
 void TCannedPeer::Serve() {
     for (;;) {
         pollfd waits[] = {{listener, POLLIN, 0}, {stopPipe[0], POLLIN, 0}};
         if (poll(waits, 2, -1) < 0 || waits[1].revents != 0) {
             return;
         }
-        const int connection = accept(listener, nullptr, nullptr);
+        const int connection = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
         if (connection >= 0) {
             Exchange(connection);
             close(connection);

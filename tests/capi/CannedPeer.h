@@ -24,12 +24,11 @@ public:
     std::vector<std::string> Requests() const;
 
 private:
-    void Listen();
     void Serve();
     void Exchange(int connection);
 
     std::string address;
-    int listener = -1;
+    int listener;
     int stopPipe[2] = {-1, -1};
     mutable std::mutex mutex;
     std::string frame;

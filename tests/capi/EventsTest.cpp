@@ -83,6 +83,11 @@ TEST_F(Events, OfUnknownNamesReachNoCallback) {
 TEST(EventsUnderWay, MeetNothingThatIsGoneWhenMainReturns) {
     for (const char* const busy : {"observer", "listener"}) {
         const support::TRunResult run = support::RunProgram({EXIT_DURING_EVENTS_PATH, busy});
+#ifdef ZELTO_EMULATED
+        if (run.exitCode == 77) {
+            GTEST_SKIP() << "an emulator has an order of addresses of its own";
+        }
+#endif
         EXPECT_EQ(run.exitCode, 0) << busy << ": " << run.errors;
     }
 }

@@ -1,6 +1,6 @@
 // Returns from main while an event is being handed on and others wait: by an "observer" of the application,
 // or by a "listener" of the transport, as the argument says. What is told of the event next must still be
-// there.
+// there. The exit code is 77 when nothing would be told next.
 
 #include "zelto/TZeltoApplication.h"
 #include "zelto/TZeltoIpc.h"
@@ -8,7 +8,9 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <functional>
 #include <future>
+#include <memory>
 #include <new>
 #include <string>
 #include <thread>
@@ -49,13 +51,25 @@ public:
     }
 };
 
+constexpr int EXIT_UNTESTED = 77;
+
 // Never destroyed. Here it has a lower address than what the library registers, and so is told first.
 alignas(TSlow) unsigned char storage[sizeof(TSlow)];
+
+// What the library registers is its static object or on the heap.
+bool IsToldFirst() {
+    const std::less<const void*> isBelow{};
+    const auto onHeap = std::make_unique<char>();
+    return isBelow(storage, onHeap.get()) && isBelow(storage, &TZeltoApplication::GetInstance());
+}
 
 } // namespace
 
 int main(int /*argc*/, char** argv) {
-    (void)alarm(20); // it must not hang for ever
+    (void)alarm(50); // it must not hang for ever
+    if (!IsToldFirst()) {
+        return EXIT_UNTESTED;
+    }
     (void)std::atexit([] { isExiting = true; });
     zeltoAppLibInitWithString("EXITING");
     zeltoAppLibSubscribe(nullptr, [](const char*, const char*) {});

@@ -29,7 +29,7 @@ class TSmallPipe {
 public:
     TSmallPipe() {
         if (pipe2(ends, O_CLOEXEC) == 0) {
-            (void)fcntl(ends[1], F_SETPIPE_SZ, 4096); // or the test takes longer
+            (void)fcntl(ends[1], F_SETPIPE_SZ, SIZE); // refused where the user's pipes have too much room
             (void)fcntl(ends[0], F_SETFL, O_NONBLOCK);
         }
     }
@@ -41,6 +41,7 @@ public:
     TSmallPipe& operator=(const TSmallPipe&) = delete;
 
     int Writer() const { return ends[1]; }
+    bool IsSmall() const { return fcntl(ends[1], F_GETPIPE_SZ) <= LARGEST; }
 
     bool Has(const std::string& text) const { return content.find(text) != std::string::npos; }
 
@@ -55,6 +56,9 @@ public:
     }
 
 private:
+    static constexpr int SIZE = 4096;
+    static constexpr int LARGEST = 16384; // what the lines of the test overfill
+
     int ends[2] = {-1, -1};
     std::string content;
 };
@@ -92,6 +96,7 @@ TTcpAnswer Ask(const std::string& address, const std::string& request) {
 
 TEST(RemotedLog, DoesNotStopItWhenNobodyReads) {
     TSmallPipe log;
+    ASSERT_TRUE(log.IsSmall());
     std::unique_ptr<support::TChildProcess> process;
     const std::string address = Start(log, process);
     ASSERT_NE(address, "");

@@ -74,7 +74,7 @@ protected:
 
 private:
     std::unique_ptr<remoted::TServer> Listen() {
-        while (true) {
+        for (int tries = 0; tries < 20; ++tries) {
             address = support::NewLoopbackAddress();
             try {
                 return std::make_unique<remoted::TServer>(
@@ -86,6 +86,7 @@ private:
                 // The address is taken: the next one.
             }
         }
+        throw std::runtime_error("no address to listen on");
     }
 
     support::TTempDir directory;

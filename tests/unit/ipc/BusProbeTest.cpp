@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdio>
@@ -35,7 +36,8 @@ public:
                                         (name.front() == '\0' ? 0 : 1))),
           listener(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
         address.sun_family = AF_UNIX;
-        std::memcpy(address.sun_path, name.data(), name.size());
+        EXPECT_LT(name.size(), sizeof(address.sun_path));
+        std::memcpy(address.sun_path, name.data(), std::min(name.size(), sizeof(address.sun_path) - 1));
         EXPECT_EQ(0, bind(listener.Get(), Address(), length));
         EXPECT_EQ(0, listen(listener.Get(), 0));
     }
