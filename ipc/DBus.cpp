@@ -39,19 +39,20 @@ void SendWakeUp(const std::shared_ptr<TBusLink>& link, const std::string& identi
     }
 }
 
+} // namespace
+
 // The threads end without it as well, and they must.
-void TryToWakeUp(const std::shared_ptr<TBusLink>& link, const std::string& identity) {
-    if (!link || !IsIdentity(identity)) {
-        return;
-    }
+void TZeltoDBus::TPrivate::TryToWakeUp() {
     try {
-        SendWakeUp(link, identity);
+        const TLinkRef current = GetLink();
+        const std::string identity = GetIdentity();
+        if (current && IsIdentity(identity)) {
+            SendWakeUp(current, identity);
+        }
     } catch (const std::bad_alloc& error) {
         qvLogging_log(LOG_LEVEL_ERROR, "\"%s\"", error.what());
     }
 }
-
-} // namespace
 
 TZeltoDBus::TZeltoDBus()
     : serverConnection(nullptr),
@@ -138,7 +139,7 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
     RequireIdentity(localIdentity);
     own->RequireOwnProcess();
     const std::string formerIdentity = identity;
-    TZeltoIpc::Init(localIdentity);
+    own->SetIdentity(localIdentity);
     const bool wasRunning = running;
     if (wasRunning) {
         Stop();
@@ -148,7 +149,7 @@ void TZeltoDBus::Init(const std::string& localIdentity) {
     try {
         own->TakeIdentity(localIdentity);
     } catch (...) {
-        TZeltoIpc::Init(formerIdentity);
+        own->SetIdentity(formerIdentity);
         if (wasRunning) {
             own->Resume([this] { own->StartThreads(); });
         }
@@ -186,7 +187,7 @@ void TZeltoDBus::Stop() {
     }
     own->StopRun();
     if (running.exchange(false)) {
-        TryToWakeUp(own->GetLink(), identity);
+        own->TryToWakeUp();
     }
     own->AwaitStopped();
     std::vector<std::thread> stopped;

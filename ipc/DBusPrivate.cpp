@@ -102,6 +102,16 @@ void TZeltoDBus::TPrivate::ShowNames() {
     party->objectPath = names->objectPath;
 }
 
+std::string TZeltoDBus::TPrivate::GetIdentity() {
+    const std::lock_guard<std::mutex> lock(mutex);
+    return party->identity;
+}
+
+void TZeltoDBus::TPrivate::SetIdentity(const std::string& identity) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    party->TZeltoIpc::Init(identity);
+}
+
 void TZeltoDBus::TPrivate::SetLink(TLinkRef newLink) {
     const std::lock_guard<std::mutex> lock(mutex);
     ChangeLink(newLink);
@@ -264,7 +274,7 @@ void TZeltoDBus::TPrivate::Resume(const std::function<void()>& start) {
     try {
         start();
     } catch (...) {
-        party->identity.clear();
+        SetIdentity("");
         party->running = true;
         throw;
     }

@@ -42,6 +42,9 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     // away.
     TLinkRef RequireLink(const char* failure);
 
+    // The party's identity, which a callback may be changing while another thread stops the party.
+    std::string GetIdentity();
+    void SetIdentity(const std::string& identity);
     // Makes a link the party's own and wakes the dispatch threads for it; null disconnects.
     void SetLink(TLinkRef newLink);
     // The same for the first link, under a name that is not owned. Not when there is another one, or one to
@@ -107,6 +110,8 @@ struct __attribute__((visibility("hidden"))) TZeltoDBus::TPrivate
     // threads of its own. Null when there is none.
     TRunRef GetRun();
     void StopRun();
+    // Makes the party's own server connection readable, which wakes a dispatch thread of any transport.
+    void TryToWakeUp();
     // An idle dispatch thread looks anew at what there is to do.
     void WakeDispatch();
 
