@@ -22,9 +22,9 @@ namespace zelto {
 
 namespace {
 
-// Where libdbus looks for the system bus when it is told nothing. Elsewhere the first connection is opened
-// without having asked.
+// Where most builds of libdbus look for the system bus when they are told nothing.
 constexpr const char* USUAL_ADDRESS = "unix:path=/run/dbus/system_bus_socket";
+constexpr const char* USUAL_PATH = "/run/dbus/system_bus_socket";
 constexpr const char* ADDRESS_VARIABLE = "DBUS_SYSTEM_BUS_ADDRESS";
 constexpr std::chrono::milliseconds LIMIT{1000};
 constexpr std::chrono::milliseconds FIRST_LIMIT{25000};
@@ -150,6 +150,9 @@ TPlace ConfiguredPlace() {
     }
     const char* const configured = std::getenv(ADDRESS_VARIABLE);
     const bool isConfigured = configured != nullptr && *configured != '\0';
+    if (!isConfigured && access(USUAL_PATH, F_OK) != 0) {
+        return {}; // this libdbus looks elsewhere
+    }
     DBusAddressEntry** entries = nullptr;
     int count = 0;
     if (dbus_parse_address(isConfigured ? configured : USUAL_ADDRESS, &entries, &count, nullptr) == FALSE) {

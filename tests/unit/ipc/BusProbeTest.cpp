@@ -138,8 +138,28 @@ TEST(ProbeBus, KnowsNoAddressOfABusThatIsReachedThroughAProgram) {
     dbus_connection_unref(connection);
 }
 
-// Such as the socket of a bus that is bound into a container under another name. From here on the address is
-// known, so this test is the last one.
+// A libdbus that was built for another place is told nothing either.
+TEST(ProbeBus, AsksWhereTheConnectionLeadsWhenNothingIsConfigured) {
+    if (access("/run/dbus/system_bus_socket", F_OK) == 0) {
+        GTEST_SKIP() << "this machine has its bus in the usual place";
+    }
+    const support::TTempDir directory;
+    const TListener bus(directory.File("bus"));
+    DBusConnection* const connection =
+        dbus_connection_open_private(("unix:path=" + directory.File("bus")).c_str(), nullptr);
+    ASSERT_NE(nullptr, connection);
+    unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+    zelto::RememberBusAddress(connection);
+    dbus_connection_close(connection);
+    dbus_connection_unref(connection);
+    bus.Answer(); // that one
+    auto probe = std::async(std::launch::async, ProbeBus);
+    bus.Answer();
+    EXPECT_EQ(TBusState::ANSWERING, probe.get());
+}
+
+// Such as the socket of a bus that is bound into a container under another name. The address is known
+// from these two tests on, so they are the last ones.
 TEST(ProbeBus, AsksWhereTheBusIsReachedNotWhereItListens) {
     const support::TTempDir directory;
     const TListener bus(directory.File("outside"));
