@@ -4,6 +4,7 @@
 
 #include "support/BusEnvironment.h"
 #include "support/Eventually.h"
+#include "support/Gate.h"
 #include "support/RawPeer.h"
 #include "zelto/TZeltoDBus.h"
 
@@ -26,6 +27,7 @@ namespace {
 using party::MakeParty;
 using party::TParty;
 using support::TBusEnvironment;
+using support::TGate;
 using support::TRawPeer;
 
 const bool BUS_READY = TBusEnvironment::Register();
@@ -44,24 +46,6 @@ void ExpectPromptStop(TZeltoIpc& stopped) {
     testing::Test::RecordProperty("stop_ms", static_cast<int>(taken.count()));
     EXPECT_LT(taken, STOP_BOUND);
 }
-
-class TGate {
-public:
-    void Open() {
-        const std::lock_guard<std::mutex> lock(mutex);
-        isOpen = true;
-        changed.notify_all();
-    }
-    bool Wait(std::chrono::seconds bound = std::chrono::seconds(10)) {
-        std::unique_lock<std::mutex> lock(mutex);
-        return changed.wait_for(lock, bound, [this] { return isOpen; });
-    }
-
-private:
-    std::mutex mutex;
-    std::condition_variable changed;
-    bool isOpen = false;
-};
 
 class StopWithThreads : public testing::TestWithParam<int> {
 protected:

@@ -4,6 +4,8 @@
 #include "bus/BusParty.h"
 #include "bus/FaultInjection.h"
 
+#include "support/Gate.h"
+
 #include <future>
 #include <stdexcept>
 
@@ -15,24 +17,6 @@ namespace {
 const bool BUS_READY = TBusEnvironment::Register();
 // How long one thread waits for the other, which is kept out as long as everything is right.
 constexpr std::chrono::milliseconds PATIENCE{300};
-
-class TGate {
-public:
-    void Open() {
-        const std::lock_guard<std::mutex> lock(mutex);
-        open = true;
-        opened.notify_all();
-    }
-    void WaitAWhile() {
-        std::unique_lock<std::mutex> lock(mutex);
-        opened.wait_for(lock, PATIENCE, [this] { return open; });
-    }
-
-private:
-    std::mutex mutex;
-    std::condition_variable opened;
-    bool open = false;
-};
 
 // Of two threads that find the connection lost: the reader reads its end, the sender gives up its calls, and
 // meanwhile the reader dispatches.
@@ -49,7 +33,7 @@ thread_local TMeeting* readersMeeting = nullptr;
 void OnGivenUp(void* /*meeting*/) {
     if (sendersMeeting != nullptr) {
         sendersMeeting->callGivenUp.Open();
-        sendersMeeting->callsTaken.WaitAWhile();
+        sendersMeeting->callsTaken.Wait(PATIENCE);
     }
 }
 
@@ -70,7 +54,7 @@ REPLACEMENT dbus_bool_t dbus_connection_send(DBusConnection* connection, DBusMes
                                              dbus_uint32_t* serial) {
     if (sendersMeeting != nullptr) {
         TBusEnvironment::Bus().Kill();
-        sendersMeeting->endRead.WaitAWhile();
+        sendersMeeting->endRead.Wait(PATIENCE);
     }
     return REAL(dbus_connection_send)(connection, message, serial);
 }
@@ -79,7 +63,7 @@ REPLACEMENT dbus_bool_t dbus_connection_read_write(DBusConnection* connection, i
     const dbus_bool_t isConnected = REAL(dbus_connection_read_write)(connection, timeout);
     if (readersMeeting != nullptr && isConnected == FALSE) {
         readersMeeting->endRead.Open();
-        readersMeeting->callGivenUp.WaitAWhile();
+        readersMeeting->callGivenUp.Wait(PATIENCE);
     }
     return isConnected;
 }
