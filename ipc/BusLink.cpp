@@ -17,9 +17,6 @@ using TBusError = TZeltoDBus::TBusError;
 
 // Files sent along with messages are closed with them; more than these at once are refused.
 constexpr long MAX_RECEIVED_FILES = 64;
-// Whoever stops the party waits for its last reply, but not for a bus that has not read for so long.
-constexpr int32_t STOPPED_FLUSH_MS = 50;
-constexpr int32_t RETRY_INTERVAL_MS = 100;
 
 void RequireStep(dbus_bool_t done, const char* function) {
     if (done == FALSE) {
@@ -76,11 +73,11 @@ bool FlushBounded(DBusConnection* connection, TClock::time_point deadline) {
         if (dbus_connection_get_unix_fd(connection, &polled[0].fd) == FALSE) {
             return false;
         }
-        auto patience = isStopped ? std::min(deadline, DeadlineAfter(STOPPED_FLUSH_MS)) : deadline;
+        auto patience = isStopped ? std::min(deadline, DeadlineAfter(STOPPED_PATIENCE_MS)) : deadline;
         if (dbus_connection_get_dispatch_status(connection) == DBUS_DISPATCH_NEED_MEMORY) {
             // libdbus sends nothing then, and the room for it would end the wait at once.
             polled[0].fd = -1;
-            patience = std::min(patience, DeadlineAfter(RETRY_INTERVAL_MS));
+            patience = std::min(patience, DeadlineAfter(MEMORY_RETRY_MS));
         }
         const int ready = poll(polled, 2, PollTimeout(patience));
         if (ready > 0 && run != nullptr && polled[1].revents != 0) {

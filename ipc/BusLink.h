@@ -44,8 +44,8 @@ std::shared_ptr<TBusLink> OpenLink(const TLinkPlan& plan);
 // The same, with the name and in monitor mode as planned.
 std::shared_ptr<TBusLink> OpenWholeLink(const TLinkPlan& plan);
 
-// These wait for the bus on the server connection: only while no thread dispatches it, and when the bus
-// may be asked, for which libdbus would wait without a limit. Throw std::runtime_error.
+// These wait for the bus on the server connection: only while no thread dispatches it, and once MayAskBus has
+// said so, since libdbus waits without a limit until the question has left. Throw std::runtime_error.
 void RequestBusName(DBusConnection* connection, const std::string& busName);
 void RequestMonitoring(TBusLink& link);
 

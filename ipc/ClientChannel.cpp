@@ -20,10 +20,6 @@ constexpr std::chrono::milliseconds DRAIN_LIMIT{2};
 constexpr std::chrono::milliseconds DRAIN_INTERVAL{1000};
 // The bus holds back what the socket does not take, and sends it once there is room.
 constexpr std::chrono::milliseconds BUSY_DRAIN_INTERVAL{10};
-// How soon an answer that has come is looked at again when there was no memory for it.
-constexpr std::chrono::milliseconds RETRY_INTERVAL{100};
-// Whoever stops a party waits for what it sends last, but not for a bus that has not read for so long.
-constexpr std::chrono::milliseconds PATIENCE_OF_THE_STOPPED{50};
 
 } // namespace
 
@@ -196,7 +192,7 @@ bool TClientChannel::WaitUntilSent(TClock::time_point deadline, const TRun* run)
     bool done = WaitUntilDone(waiter, deadline, run);
     for (bool isRead = true; isRead && !done && !lost && TClock::now() < deadline;) {
         const unsigned before = readings;
-        done = WaitUntilDone(waiter, std::min(deadline, TClock::now() + PATIENCE_OF_THE_STOPPED), nullptr);
+        done = WaitUntilDone(waiter, std::min(deadline, DeadlineAfter(STOPPED_PATIENCE_MS)), nullptr);
         isRead = readings != before;
     }
     return done;
@@ -221,7 +217,7 @@ void TClientChannel::LeadOnce(const TWaiter& waiter, TClock::time_point deadline
         Poll(deadline);
     } else {
         // What is there to read would end a wait for it at once.
-        PauseForMemory(std::min(deadline, TClock::now() + RETRY_INTERVAL));
+        PauseForMemory(std::min(deadline, DeadlineAfter(MEMORY_RETRY_MS)));
     }
     Read();
     (void)Dispatch();

@@ -23,7 +23,6 @@ constexpr int32_t LATER_REPLY_FLUSH_MS = 50;
 // How often an idle party looks at what has arrived on its client connection unasked.
 constexpr int32_t DRAIN_INTERVAL_MS = 5000;
 constexpr int32_t BUSY_DRAIN_INTERVAL_MS = 20;
-constexpr int32_t RETRY_INTERVAL_MS = 100;
 // A bus that has not taken this much does not read.
 constexpr long MAX_WAITING_BYTES = 1024L * 1024;
 
@@ -123,7 +122,7 @@ bool TZeltoDBus::TPrivate::WaitForInput(TBusLink& dispatched, TRun& dispatching,
     }
     if (lacksMemory) {
         polled[0].fd = -1; // what is there to read would end the wait at once
-        timeoutMs = RETRY_INTERVAL_MS;
+        timeoutMs = MEMORY_RETRY_MS;
     }
     (void)poll(polled, 2, timeoutMs);
     if (polled[1].revents != 0) {

@@ -11,6 +11,11 @@ namespace zelto {
 
 using TClock = std::chrono::steady_clock;
 
+// How soon is looked again when libdbus had no memory.
+constexpr int32_t MEMORY_RETRY_MS = 100;
+// Whoever stops a party waits for what it sends last, but not for a bus that has not read for so long.
+constexpr int32_t STOPPED_PATIENCE_MS = 50;
+
 // Saturates instead of overflowing.
 inline int32_t SecondsToMilliseconds(int32_t seconds) {
     const int64_t milliseconds = int64_t{seconds} * 1000;
