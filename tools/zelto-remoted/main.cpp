@@ -1,5 +1,6 @@
 // zelto-remoted: answers the remote requests of other gateways.
 
+#include "../Identity.h"
 #include "Log.h"
 #include "Server.h"
 #include "Service.h"
@@ -24,7 +25,6 @@ using namespace remoted;
 
 constexpr int LONGEST_TIMEOUT = 86400;
 constexpr int MOST_CONNECTIONS = 4096;
-constexpr std::size_t LONGEST_IDENTITY = 200;
 constexpr std::chrono::milliseconds STOP_TIME{500};
 
 struct TOptions {
@@ -53,16 +53,6 @@ Exit codes: 0 ended by SIGTERM or SIGINT, 2 usage, 3 a run-time error.)";
 
 std::string CheckPrefix(const std::string& prefix) {
     return prefix.empty() ? "a prefix is not empty" : "";
-}
-
-// As the library has it, which says so only when it connects.
-std::string CheckIdentity(const std::string& identity) {
-    constexpr char DIGITS[] = "0123456789";
-    const std::string allowed = std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_") + DIGITS;
-    const bool isGood = !identity.empty() && identity.size() <= LONGEST_IDENTITY &&
-                        identity.find_first_not_of(allowed) == std::string::npos &&
-                        identity.find_first_of(DIGITS) != 0;
-    return isGood ? "" : "not an identity (letters, digits and _, the first no digit): " + identity;
 }
 
 void AddAccessOptions(CLI::App& app, TOptions& options) {
@@ -98,7 +88,7 @@ void AddOptions(CLI::App& app, TOptions& options) {
     AddAccessOptions(app, options);
     options.service.identity = TZeltoDataMapper::GetInstance()->MapClientIdToStr(ZELTO_REMOTE);
     app.add_option("--identity", options.service.identity, "Name on the bus")
-        ->check(CheckIdentity)
+        ->check(tool::CheckIdentity)
         ->capture_default_str();
     app.add_option("--bus", options.bus, "Address of the bus (default: the system bus)");
     app.add_option("-t,--timeout", options.service.timeoutSeconds, "Seconds to wait for the manager's answer")

@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "../Identity.h"
 #include "ExitCodes.h"
 #include "LibraryLog.h"
 #include "Output.h"

@@ -1,5 +1,6 @@
 // apps, ping and wait.
 
+#include "../Identity.h"
 #include "ExitCodes.h"
 #include "Output.h"
 #include "Parties.h"

@@ -1,5 +1,6 @@
 // call and emit: what goes over the bus is what the user says.
 
+#include "../Identity.h"
 #include "Bodies.h"
 #include "ExitCodes.h"
 #include "Output.h"

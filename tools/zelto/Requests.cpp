@@ -10,7 +10,6 @@
 #include "zelto/TZeltoIpc.h"
 
 #include <algorithm>
-#include <cctype>
 #include <chrono>
 #include <stdexcept>
 
@@ -22,8 +21,6 @@ using TClock = std::chrono::steady_clock;
 
 // No answer has this text: the library leaves the text as it was when there is none.
 const std::string NO_TEXT = "\n no answer";
-
-constexpr size_t LONGEST_IDENTITY = 200;
 
 // How the bus words that its policy, or that of a security module, does not let a message pass or a name be
 // owned.
@@ -84,15 +81,6 @@ TAnswer Perform(const TCall& call, const std::string& server, int timeoutSeconds
 
 std::string ManagerIdentity() {
     return TZeltoDataMapper::GetInstance()->MapClientIdToStr(ZELTO_DISPATCHER);
-}
-
-std::string CheckIdentity(const std::string& identity) {
-    const bool isPlain = std::all_of(identity.begin(), identity.end(), [](unsigned char c) {
-        return c == '_' || (c < 0x80 && std::isalnum(c) != 0);
-    });
-    const bool isGood = isPlain && !identity.empty() && identity.size() <= LONGEST_IDENTITY &&
-                        std::isdigit(static_cast<unsigned char>(identity[0])) == 0;
-    return isGood ? "" : "not an identity (letters, digits and _, the first no digit): " + identity;
 }
 
 TAnswer Call(const TGlobals& globals, const TCall& call) {

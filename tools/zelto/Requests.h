@@ -34,9 +34,6 @@ TAnswer Call(const TGlobals& globals, const TCall& call);
 // The identity of the manager.
 std::string ManagerIdentity();
 
-// What is wrong with an identity; empty when nothing is. For checks of options.
-std::string CheckIdentity(const std::string& identity);
-
 // Takes the identity of --as, if there is one, and the identity `otherwise` if not and that is not empty.
 // Returns EXIT_DONE, or says why it cannot be had and returns the exit code: EXIT_DENIED, EXIT_RUN_TIME.
 int TakeIdentity(const TGlobals& globals, const std::string& otherwise);
